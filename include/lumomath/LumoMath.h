@@ -1,0 +1,239 @@
+/*
+ * LumoMath — image mathematics for raw-photo development.
+ *
+ * The C interface of liblumomath: geometry records, result codes, resizing of
+ * 8- and 16-bit interleaved images, PSF <-> OTF conversion and the runtime
+ * services. Usable from C (C11) and C++.
+ *
+ * Image buffers are never objects. Every call passes, separately:
+ *   channels       interleaved samples per pixel (sample c of pixel x of a row
+ *                  is sample x * channels + c);
+ *   bitsPerSample  8 (unsigned bytes) or 16 (native-endian unsigned 16-bit);
+ *   a pointer      to the first sample of the top row;
+ *   a tagLumoSize  width and height in pixels;
+ *   rowBytes       bytes between the starts of two rows (padding is never
+ *                  read or written).
+ * The caller owns every buffer; the library keeps no pointer after a call.
+ */
+#ifndef LUMOMATH_LUMOMATH_H
+#define LUMOMATH_LUMOMATH_H
+
+#include <stddef.h>
+#include <stdint.h>
+#ifndef __cplusplus
+#include <stdbool.h>
+#endif
+
+#if defined(__GNUC__) || defined(__clang__)
+#define LUMO_API __attribute__((visibility("default")))
+#else
+#define LUMO_API
+#endif
+
+#ifdef __cplusplus
+extern "C" {
+#endif
+
+/* ---- Geometry records: plain values, fields in this order and nothing else. */
+
+/** A point in pixels. */
+typedef struct tagLumoPoint {
+    int32_t x;
+    int32_t y;
+} tagLumoPoint;
+
+/** An extent in pixels. */
+typedef struct tagLumoSize {
+    uint32_t width;
+    uint32_t height;
+} tagLumoSize;
+
+/** Origin and extent (never two corners): columns x .. x+width-1, rows y .. y+height-1. */
+typedef struct tagLumoRect {
+    int32_t x;
+    int32_t y;
+    uint32_t width;
+    uint32_t height;
+} tagLumoRect;
+
+/** A point in double precision. */
+typedef struct tagLumoFPoint {
+    double x;
+    double y;
+} tagLumoFPoint;
+
+/** An extent in double precision. */
+typedef struct tagLumoFSize {
+    double width;
+    double height;
+} tagLumoFSize;
+
+/** Origin and extent in double precision, same meaning as tagLumoRect. */
+typedef struct tagLumoFRect {
+    double x;
+    double y;
+    double width;
+    double height;
+} tagLumoFRect;
+
+/* All-zero constants, exported as data. */
+LUMO_API extern const tagLumoPoint kLumoPointZero;
+LUMO_API extern const tagLumoFPoint kLumoFPointZero;
+LUMO_API extern const tagLumoSize kLumoSizeZero;
+LUMO_API extern const tagLumoFSize kLumoFSizeZero;
+LUMO_API extern const tagLumoRect kLumoRectZero;
+LUMO_API extern const tagLumoFRect kLumoFRectZero;
+
+/* ---- Scaling methods: a call names exactly one; any other value is unknown. */
+
+typedef uint32_t LumoScalingMethod;
+#ifdef __cplusplus
+inline constexpr LumoScalingMethod kLumoScalingNearestNeighbor = 1; /**< copy of the source pixel under the mapped coordinate */
+inline constexpr LumoScalingMethod kLumoScalingBiLinear = 2;        /**< two-tap separable interpolation */
+inline constexpr LumoScalingMethod kLumoScalingBiCubic = 4;         /**< four-tap cubic convolution */
+inline constexpr LumoScalingMethod kLumoScalingSuperSampling = 8;   /**< area averaging; reduction only */
+#else
+enum {
+    kLumoScalingNearestNeighbor = 1,
+    kLumoScalingBiLinear = 2,
+    kLumoScalingBiCubic = 4,
+    kLumoScalingSuperSampling = 8
+};
+#endif
+
+/* ---- Result codes: unsigned 32-bit, 0 for success. */
+
+typedef uint32_t LumoResult;
+#ifdef __cplusplus
+inline constexpr LumoResult kLumoResultOK = 0;
+inline constexpr LumoResult kLumoResultNoMemory = 3;          /**< working memory (or a worker thread) could not be had */
+inline constexpr LumoResult kLumoResultRegionNoMemory = 4;    /**< ResizeWithRegion: an intermediate image could not be allocated */
+inline constexpr LumoResult kLumoResultInvalidParameter = 7;  /**< unknown method, unsupported depth, or an unusable argument */
+inline constexpr LumoResult kLumoResultAccessDenied = 41;     /**< a system call failed with EPERM or EACCES */
+inline constexpr LumoResult kLumoResultUnsupportedDepth = 96; /**< ResizeWithRegion: depth neither 8 nor 16 without halving */
+#else
+enum {
+    kLumoResultOK = 0,
+    kLumoResultNoMemory = 3,
+    kLumoResultRegionNoMemory = 4,
+    kLumoResultInvalidParameter = 7,
+    kLumoResultAccessDenied = 41,
+    kLumoResultUnsupportedDepth = 96
+};
+#endif
+
+/* ---- Resizing ---------------------------------------------------------------- */
+
+/** Does nothing; returns kLumoResultOK. Resizing works without it. */
+LUMO_API LumoResult LumoMathInitialize(void);
+
+/** Does nothing; returns kLumoResultOK. */
+LUMO_API LumoResult LumoMathTerminate(void);
+
+/**
+ * Scales the whole source image to the whole destination with one method,
+ * spreading rows over the shared worker pool (created for the call when no
+ * other call holds it).
+ * Returns 0; 7 for an unknown method, a depth other than 8 or 16, or
+ * super-sampling where neither axis shrinks; 3 when working memory (or a
+ * worker thread) cannot be had. Nothing is written when the result is not 0.
+ */
+LUMO_API LumoResult LumoMathResize(LumoScalingMethod method, uint32_t channels, uint32_t bitsPerSample,
+                                   const void* source, tagLumoSize sourceSize, uint32_t sourceRowBytes,
+                                   void* destination, tagLumoSize destinationSize,
+                                   uint32_t destinationRowBytes);
+
+/**
+ * Scales the rectangle `region` of the source to the whole destination.
+ * Nearest neighbour clamps to the whole source; the other methods read only
+ * inside the region. Result codes as LumoMathResize. Super-sampling compares
+ * the destination with the whole source size when deciding that it reduces.
+ */
+LUMO_API LumoResult LumoMathResizeWithRegion(LumoScalingMethod method, uint32_t channels,
+                                             uint32_t bitsPerSample, const void* source,
+                                             tagLumoSize sourceSize, uint32_t sourceRowBytes,
+                                             tagLumoRect region, void* destination,
+                                             tagLumoSize destinationSize, uint32_t destinationRowBytes);
+
+/**
+ * Single-threaded region resize: halves the region by 2x2 rounded means while
+ * it still covers the destination, then copies (exact fit) or interpolates
+ * bilinearly with one scale factor (destination width over current width) for
+ * both axes. `method` is accepted and ignored.
+ * Returns 0; 96 when no halving is needed and the depth is neither 8 nor 16
+ * (depths other than 8 are read as 16-bit when halving); 4 when an
+ * intermediate image cannot be allocated.
+ */
+LUMO_API LumoResult ResizeWithRegion(LumoScalingMethod method, uint32_t channels, uint32_t bitsPerSample,
+                                     const void* source, tagLumoSize sourceSize, uint32_t sourceRowBytes,
+                                     tagLumoRect region, void* destination, tagLumoSize destinationSize,
+                                     uint32_t destinationRowBytes);
+
+/* ---- PSF <-> OTF -----------------------------------------------------------
+ * `count` planes of width x height complex samples, each held as separate
+ * real and imaginary arrays of doubles, row-major; plane p starts at element
+ * p * width * height. Outputs may be the same arrays as the inputs.
+ * The forward transform (OtfFromPsf) is unscaled with exponent sign -1; the
+ * inverse (PsfFromOtf) is scaled by 1 / (width * height).
+ * Returns 0, or 3 when working memory or the transform plan cannot be had
+ * (nothing written then). count <= 0 writes nothing and returns 0.
+ */
+
+/** PSF to OTF in single precision (inputs narrowed to float, results rounded to float). */
+LUMO_API int32_t LumoMathConvertOtfFromPsf(const double* inReal, const double* inImag, double* outReal,
+                                           double* outImag, int32_t width, int32_t height, int32_t count);
+/** OTF to PSF in single precision. */
+LUMO_API int32_t LumoMathConvertPsfFromOtf(const double* inReal, const double* inImag, double* outReal,
+                                           double* outImag, int32_t width, int32_t height, int32_t count);
+/** PSF to OTF in double precision. */
+LUMO_API int32_t LumoMathConvertOtfFromPsf_D(const double* inReal, const double* inImag, double* outReal,
+                                             double* outImag, int32_t width, int32_t height, int32_t count);
+/** OTF to PSF in double precision. */
+LUMO_API int32_t LumoMathConvertPsfFromOtf_D(const double* inReal, const double* inImag, double* outReal,
+                                             double* outImag, int32_t width, int32_t height, int32_t count);
+
+/* ---- Runtime services ------------------------------------------------------ */
+
+/**
+ * Overrides the processor count that sizes the next worker pool; 0 returns to
+ * the system count. Not synchronised: set it before resizing starts.
+ */
+LUMO_API void Set_ProcessorNum(uint32_t count);
+
+/**
+ * The worker count for a new pool: the override read as signed and clamped to
+ * 1..64, or else the processors this process may run on, capped at 64
+ * (1 when the system cannot tell).
+ */
+LUMO_API uint32_t LumoGetProcessorNum(void);
+
+/** Processor vector extensions, asked of the processor on every call. */
+LUMO_API bool LumoCanUseSSE3(void);
+LUMO_API bool LumoCanUseSSSE3(void);
+LUMO_API bool LumoCanUseSSE4_1(void);
+LUMO_API bool LumoCanUseSSE4_2(void);
+LUMO_API bool LumoCanUseAVX(void);
+LUMO_API bool LumoCanUseAVX2(void);
+
+/** 41 (kLumoResultAccessDenied) for EPERM (1) and EACCES (13); `fallback` otherwise. */
+LUMO_API uint32_t ConvertUnixErrorToLumoError(int32_t error, uint32_t fallback);
+
+#ifdef __cplusplus
+} /* extern "C" */
+
+static_assert(sizeof(tagLumoPoint) == 8 && offsetof(tagLumoPoint, y) == 4, "tagLumoPoint layout");
+static_assert(sizeof(tagLumoSize) == 8 && offsetof(tagLumoSize, height) == 4, "tagLumoSize layout");
+static_assert(sizeof(tagLumoRect) == 16 && offsetof(tagLumoRect, y) == 4 && offsetof(tagLumoRect, width) == 8 &&
+                  offsetof(tagLumoRect, height) == 12,
+              "tagLumoRect layout");
+static_assert(sizeof(tagLumoFPoint) == 16 && offsetof(tagLumoFPoint, y) == 8, "tagLumoFPoint layout");
+static_assert(sizeof(tagLumoFSize) == 16 && offsetof(tagLumoFSize, height) == 8, "tagLumoFSize layout");
+static_assert(sizeof(tagLumoFRect) == 32 && offsetof(tagLumoFRect, y) == 8 && offsetof(tagLumoFRect, width) == 16 &&
+                  offsetof(tagLumoFRect, height) == 24,
+              "tagLumoFRect layout");
+#else
+_Static_assert(sizeof(tagLumoRect) == 16, "tagLumoRect layout");
+_Static_assert(sizeof(tagLumoFRect) == 32, "tagLumoFRect layout");
+#endif
+
+#endif /* LUMOMATH_LUMOMATH_H */
