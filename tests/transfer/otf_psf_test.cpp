@@ -96,9 +96,10 @@ TEST_P(EachConversion, PlanesAreTransformedIndependently) {
 }
 
 TEST_P(EachConversion, SinglePrecisionResultsAreFloats) {
-    const Planes in = Planes::Random(16, 8, 2, 6);
-    Planes out(16, 8, 2);
-    ASSERT_EQ(Convert(GetParam(), in, out, 16, 8, 2), 0);
+    // 6x5: the inverse scale 1/30 is inexact, so the scaled product needs its own rounding.
+    const Planes in = Planes::Random(6, 5, 2, 6);
+    Planes out(6, 5, 2);
+    ASSERT_EQ(Convert(GetParam(), in, out, 6, 5, 2), 0);
     size_t notFloat = 0;
     for (size_t i = 0; i < out.re.size(); ++i) {
         notFloat += static_cast<double>(static_cast<float>(out.re[i])) != out.re[i];
