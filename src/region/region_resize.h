@@ -66,6 +66,28 @@ void image_copy(const unsigned char* src, int32_t /*srcW*/, int32_t /*srcH*/, in
     }
 }
 
+/// The two source positions (row or column) a destination position i reads
+/// with scale s over n source positions, and the weight of the second: the
+/// mapped coordinate stops at the last position, so positions past n * s
+/// repeat it.
+struct BilinearTaps {
+    int32_t first;
+    int32_t second;
+    double weight;
+};
+
+inline BilinearTaps TapsAt(int32_t i, double s, int32_t n) {
+    double f = static_cast<double>(i) / s;
+    if (f >= static_cast<double>(n)) f = static_cast<double>(n) - 1.0;
+    const int32_t i0 = TruncateToInt32(f);
+    BilinearTaps t;
+    t.weight = f - static_cast<double>(i0);
+    t.first = i0 < 0 ? 0 : (i0 > n - 1 ? n - 1 : i0);
+    t.second = i0 >= 0 ? i0 + 1 : 0;
+    if (t.second > n - 1) t.second = n - 1;
+    return t;
+}
+
 /// Bilinear resampling with one scale factor, destination width over source
 /// width, for both axes: the path is meant for regions with the destination's
 /// aspect ratio. When the aspects differ, rows past srcH * s repeat the last
@@ -78,26 +100,16 @@ void bilinear(const unsigned char* src, int32_t srcW, int32_t srcH, int32_t srcR
     const double s = static_cast<double>(dstW) / static_cast<double>(srcW);
     const auto ch = static_cast<uint32_t>(channels);
     for (int32_t y = 0; y < dstH; ++y) {
-        double fy = static_cast<double>(y) / s;
-        if (fy >= static_cast<double>(srcH)) fy = static_cast<double>(srcH) - 1.0;
-        const int32_t y0 = TruncateToInt32(fy);
-        const double wy = fy - static_cast<double>(y0);
-        const int32_t rowA = y0 < 0 ? 0 : (y0 > srcH - 1 ? srcH - 1 : y0);
-        int32_t rowB = y0 >= 0 ? y0 + 1 : 0;
-        if (rowB > srcH - 1) rowB = srcH - 1;
-        const unsigned char* a = RowAt(src, static_cast<uint32_t>(rowA), static_cast<uint32_t>(srcRowBytes));
-        const unsigned char* b = RowAt(src, static_cast<uint32_t>(rowB), static_cast<uint32_t>(srcRowBytes));
+        const BilinearTaps row = TapsAt(y, s, srcH);
+        const double wy = row.weight;
+        const unsigned char* a = RowAt(src, static_cast<uint32_t>(row.first), static_cast<uint32_t>(srcRowBytes));
+        const unsigned char* b = RowAt(src, static_cast<uint32_t>(row.second), static_cast<uint32_t>(srcRowBytes));
         unsigned char* out = RowAt(dst, static_cast<uint32_t>(y), static_cast<uint32_t>(dstRowBytes));
         for (int32_t x = 0; x < dstW; ++x) {
-            double fx = static_cast<double>(x) / s;
-            if (fx >= static_cast<double>(srcW)) fx = static_cast<double>(srcW) - 1.0;
-            const int32_t x0 = TruncateToInt32(fx);
-            const double wx = fx - static_cast<double>(x0);
-            const int32_t colA = x0 < 0 ? 0 : (x0 > srcW - 1 ? srcW - 1 : x0);
-            int32_t colB = x0 >= 0 ? x0 + 1 : 0;
-            if (colB > srcW - 1) colB = srcW - 1;
-            const uint32_t iA = static_cast<uint32_t>(colA) * ch;
-            const uint32_t iB = static_cast<uint32_t>(colB) * ch;
+            const BilinearTaps column = TapsAt(x, s, srcW);
+            const double wx = column.weight;
+            const uint32_t iA = static_cast<uint32_t>(column.first) * ch;
+            const uint32_t iB = static_cast<uint32_t>(column.second) * ch;
             for (int32_t c = 0; c < channels; ++c) {
                 const auto k = static_cast<uint32_t>(c);
                 const int32_t p00 = LoadSample<T>(a, iA + k);
