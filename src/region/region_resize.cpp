@@ -22,9 +22,11 @@ LumoResult HalveThenFinish(int32_t channels, const unsigned char* start, int32_t
         const int32_t halfH = height / 2;
         // Packed rows of the sample type the templates write. Row offsets of
         // the intermediate must fit the 32 bits they are formed in.
-        const uint64_t halfRowBytes = uint64_t{static_cast<uint32_t>(halfW)} * static_cast<uint32_t>(channels) * sizeof(T);
+        const uint64_t halfRowBytes =
+            uint64_t{static_cast<uint32_t>(halfW)} * static_cast<uint32_t>(channels) * sizeof(T);
         const uint64_t bytes = halfRowBytes * static_cast<uint32_t>(halfH);
-        auto* half = bytes <= UINT32_MAX ? static_cast<unsigned char*>(WorkMalloc(static_cast<size_t>(bytes))) : nullptr;
+        auto* half =
+            bytes <= UINT32_MAX ? static_cast<unsigned char*>(WorkMalloc(static_cast<size_t>(bytes))) : nullptr;
         if (half == nullptr) {
             WorkFree(intermediate);
             return kLumoResultRegionNoMemory;

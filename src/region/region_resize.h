@@ -117,9 +117,9 @@ void bilinear(const unsigned char* src, int32_t srcW, int32_t srcH, int32_t srcR
                 const int32_t p10 = LoadSample<T>(b, iA + k);
                 const int32_t p11 = LoadSample<T>(b, iB + k);
                 const int32_t d = p00 - p01 - p10 + p11;
-                const double value =
-                    static_cast<double>(p00) + (static_cast<double>(p10 - p00) * wy +
-                                                (static_cast<double>(d) * wx * wy + static_cast<double>(p01 - p00) * wx));
+                const double dx = static_cast<double>(p01 - p00) * wx;
+                const double value = static_cast<double>(p00) +
+                                     (static_cast<double>(p10 - p00) * wy + (static_cast<double>(d) * wx * wy + dx));
                 StoreSample<T>(out, static_cast<uint32_t>(x) * ch + k, static_cast<T>(TruncateToInt32(value)));
             }
         }

@@ -18,7 +18,9 @@ constexpr double kLn2 = 0.6931471805599453;
 // Single precision on copy-in, and its products rounded back to single on copy-out.
 inline float Narrow(double v, float) { return static_cast<float>(v); }
 inline double Narrow(double v, double) { return v; }
-inline double ScaledOut(float w, double scale) { return static_cast<double>(static_cast<float>(static_cast<double>(w) * scale)); }
+inline double ScaledOut(float w, double scale) {
+    return static_cast<double>(static_cast<float>(static_cast<double>(w) * scale));
+}
 inline double ScaledOut(double w, double scale) { return w * scale; }
 
 template <class Real>

@@ -41,8 +41,8 @@ TEST(TransferThreads, ConcurrentCallersMatchASerialRun) {
                     // Each thread walks the jobs from a different start.
                     const Job& job = jobs[(j + static_cast<size_t>(t) * 3) % jobs.size()];
                     Planes out(job.width, job.height, job.count);
-                    const int32_t r =
-                        lumo::test::Convert(kConversions[job.conversion], job.in, out, job.width, job.height, job.count);
+                    const int32_t r = lumo::test::Convert(kConversions[job.conversion], job.in, out, job.width,
+                                                          job.height, job.count);
                     if (r != 0 || !(out == job.expected)) ++mismatches[static_cast<size_t>(t)];
                 }
         });
