@@ -162,7 +162,9 @@ LUMO_API LumoResult LumoMathResizeWithRegion(LumoScalingMethod method, uint32_t 
  * both axes. `method` is accepted and ignored.
  * Returns 0; 96 when no halving is needed and the depth is neither 8 nor 16
  * (depths other than 8 are read as 16-bit when halving); 4 when an
- * intermediate image cannot be allocated.
+ * intermediate image cannot be allocated; 7 when the region or the
+ * destination is empty or an extent or the channel count exceeds 2^31 - 1.
+ * Nothing is written when the result is not 0.
  */
 LUMO_API LumoResult ResizeWithRegion(LumoScalingMethod method, uint32_t channels, uint32_t bitsPerSample,
                                      const void* source, tagLumoSize sourceSize, uint32_t sourceRowBytes,
@@ -175,8 +177,10 @@ LUMO_API LumoResult ResizeWithRegion(LumoScalingMethod method, uint32_t channels
  * p * width * height. Outputs may be the same arrays as the inputs.
  * The forward transform (OtfFromPsf) is unscaled with exponent sign -1; the
  * inverse (PsfFromOtf) is scaled by 1 / (width * height).
- * Returns 0, or 3 when working memory or the transform plan cannot be had
- * (nothing written then). count <= 0 writes nothing and returns 0.
+ * Returns 0; 3 when working memory or the transform plan cannot be had; 7
+ * when count > 0 and width or height is not positive, width * height
+ * exceeds 2^31 - 1 or an array is null. Nothing is written then.
+ * count <= 0 writes nothing and returns 0.
  */
 
 /** PSF to OTF in single precision (inputs narrowed to float, results rounded to float). */
