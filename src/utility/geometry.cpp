@@ -24,6 +24,21 @@ tagLumoFPoint RotateAbout(tagLumoFPoint point, tagLumoFPoint centre, double sine
     return tagLumoFPoint{centre.x + dx * cosine - dy * sine, centre.y + dx * sine + dy * cosine};
 }
 
+// The sides of an image rotated by `degrees` projected onto the axes, as
+// magnitudes (|-s h| equals |s h| bit for bit).
+struct RotatedExtents {
+    double cosWidth, sinHeight, sinWidth, cosHeight;
+};
+
+RotatedExtents ExtentsOf(int32_t width, int32_t height, double degrees) {
+    const double theta = degrees * (-kPi) / 180.0;
+    const double s = std::sin(theta);
+    const double c = std::cos(theta);
+    const double w = width;
+    const double h = height;
+    return RotatedExtents{std::fabs(c * w), std::fabs(s * h), std::fabs(s * w), std::fabs(c * h)};
+}
+
 struct FPoint {
     float x;
     float y;
@@ -46,26 +61,18 @@ double __DegreeToRadian(double degrees) { return degrees * kPi / 180.0; }
 void __getArbitraryRotatedImageSize(int32_t* outWidth, int32_t* outHeight, int32_t width, int32_t height,
                                     double degrees) {
     if (outWidth == nullptr || outHeight == nullptr || width < 0 || height < 0) return;
-    const double theta = degrees * (-kPi) / 180.0;
-    const double s = std::sin(theta);
-    const double c = std::cos(theta);
-    const double w = width;
-    const double h = height;
+    const RotatedExtents e = ExtentsOf(width, height, degrees);
     // Rounding half up: the sums are never negative.
-    *outWidth = lumo::TruncToInt32(std::fabs(c * w) + std::fabs(-s * h) + 0.5);
-    *outHeight = lumo::TruncToInt32(std::fabs(-s * w) + std::fabs(c * h) + 0.5);
+    *outWidth = lumo::TruncToInt32(e.cosWidth + e.sinHeight + 0.5);
+    *outHeight = lumo::TruncToInt32(e.sinWidth + e.cosHeight + 0.5);
 }
 
 void __getArbitraryRotatedImageSizeF(double* outWidth, double* outHeight, int32_t width, int32_t height,
                                      double degrees) {
     if (outWidth == nullptr || outHeight == nullptr || width < 0 || height < 0) return;
-    const double theta = degrees * (-kPi) / 180.0;
-    const double s = std::sin(theta);
-    const double c = std::cos(theta);
-    const double w = width;
-    const double h = height;
-    *outWidth = std::fabs(c * w) + std::fabs(s * h);
-    *outHeight = std::fabs(s * w) + std::fabs(c * h);
+    const RotatedExtents e = ExtentsOf(width, height, degrees);
+    *outWidth = e.cosWidth + e.sinHeight;
+    *outHeight = e.sinWidth + e.cosHeight;
 }
 
 void __getArbitraryRotatedPoint(tagLumoFPoint* out, tagLumoFPoint point, tagLumoFPoint centre, double degrees) {
