@@ -14,6 +14,7 @@
 namespace {
 
 using lumo::test::KernelSet;
+using lumo::test::OneChannel;
 using lumo::test::Patterned;
 using lumo::test::RegionSource;
 using lumo::test::TestImage;
@@ -118,8 +119,7 @@ class BiCubicWorked : public ::testing::TestWithParam<WorkedCase> {};
 
 TEST_P(BiCubicWorked, GivesTheDefinedSamples) {
     const WorkedCase& c = GetParam();
-    TestImage source = TestImage::Make(c.sourceSize.width, c.sourceSize.height, 1, c.bits, 3);
-    for (uint32_t i = 0; i < c.source.size(); ++i) source.Set(i % c.sourceSize.width, i / c.sourceSize.width, 0, c.source[i]);
+    const TestImage source = OneChannel(c.sourceSize, c.bits, c.source);
     TestImage destination = TestImage::Make(c.destinationSize.width, c.destinationSize.height, 1, c.bits, 5);
     ASSERT_EQ(lumo::test::Resize(kBiCubic, source, destination), kLumoResultOK);
     EXPECT_EQ(destination.Samples(), c.expected);

@@ -57,14 +57,11 @@ inline TestImage Patterned(uint32_t width, uint32_t height, uint32_t channels, u
     return im;
 }
 
-/// The samples of a region of `image`, as an image of its own.
-inline TestImage Crop(const TestImage& image, tagLumoRect r) {
-    TestImage out = TestImage::Make(r.width, r.height, image.channels, BitsOf(image));
-    for (uint32_t y = 0; y < r.height; ++y)
-        for (uint32_t x = 0; x < r.width; ++x)
-            for (uint32_t c = 0; c < image.channels; ++c)
-                out.Set(x, y, c, image.Get(static_cast<uint32_t>(r.x) + x, static_cast<uint32_t>(r.y) + y, c));
-    return out;
+/// A one-channel image holding `samples` row after row, its rows padded by 3 bytes.
+inline TestImage OneChannel(tagLumoSize size, uint32_t bits, const std::vector<uint32_t>& samples) {
+    TestImage im = TestImage::Make(size.width, size.height, 1, bits, 3);
+    for (uint32_t i = 0; i < samples.size(); ++i) im.Set(i % size.width, i / size.width, 0, samples[i]);
+    return im;
 }
 
 /// A source of which only `region` is allocated: the heap block begins at the
@@ -74,14 +71,18 @@ inline TestImage Crop(const TestImage& image, tagLumoRect r) {
 /// that they are not read either.
 class RegionSource {
 public:
+    /// `inside` holds the region's samples (region.width x region.height); the
+    /// rows of the source are `gapBytes` longer than the region's.
     RegionSource(const TestImage& inside, tagLumoRect region, uint32_t gapBytes)
-        : m_region(region), m_channels(inside.channels), m_bits(BitsOf(inside)) {
-        const uint32_t used = inside.width * inside.channels * inside.bytesPerSample;
-        m_rowBytes = used + gapBytes;
+        : m_region(region),
+          m_channels(inside.channels),
+          m_bits(BitsOf(inside)),
+          m_rowBytes(inside.width * inside.channels * inside.bytesPerSample + gapBytes),
+          m_gapBytes(gapBytes) {
+        const uint32_t used = m_rowBytes - gapBytes;
         m_bytes.resize(static_cast<size_t>(inside.height - 1) * m_rowBytes + used);
         for (uint32_t y = 0; y < inside.height; ++y)
             std::memcpy(m_bytes.data() + static_cast<size_t>(y) * m_rowBytes, inside.Row(y), used);
-        m_gapBytes = gapBytes;
     }
 
     void FillOutside(uint32_t seed) {
@@ -110,8 +111,8 @@ private:
     tagLumoRect m_region;
     uint32_t m_channels;
     uint32_t m_bits;
-    uint32_t m_rowBytes = 0;
-    uint32_t m_gapBytes = 0;
+    uint32_t m_rowBytes;
+    uint32_t m_gapBytes;
     std::vector<unsigned char> m_bytes;
 };
 

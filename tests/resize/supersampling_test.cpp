@@ -9,18 +9,13 @@
 namespace {
 
 using lumo::test::KernelSet;
+using lumo::test::OneChannel;
 using lumo::test::Patterned;
 using lumo::test::RegionSource;
 using lumo::test::TestImage;
 
 const KernelSet kSuperSampling{lumo::SuperSampling8, lumo::SuperSampling16, lumo::SuperSampling8WithRegion,
                                lumo::SuperSampling16WithRegion};
-
-TestImage OneChannel(tagLumoSize size, uint32_t bits, const std::vector<uint32_t>& samples) {
-    TestImage im = TestImage::Make(size.width, size.height, 1, bits, 3);
-    for (uint32_t i = 0; i < samples.size(); ++i) im.Set(i % size.width, i / size.width, 0, samples[i]);
-    return im;
-}
 
 // ---- Worked images -----------------------------------------------------------------------------
 
