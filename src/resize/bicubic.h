@@ -11,7 +11,8 @@ inline constexpr uint32_t kCubicTaps = 4;
 
 /// Fills `taps` and `weights` (kCubicTaps entries per destination index, 4 * count in all) for
 /// resampling `sourceCount` samples to `count`: the source indices clamped to 0..sourceCount-1
-/// and their weights normalised to add up to 1. sourceCount must not be 0 unless count is.
+/// and their weights normalised to add up to 1. For sourceCount 0 the indices are
+/// meaningless: nothing may be read through them.
 void BuildCubicTaps(uint32_t count, uint32_t sourceCount, uint32_t* taps, double* weights);
 
 }  // namespace lumo

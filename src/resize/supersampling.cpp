@@ -110,24 +110,9 @@ LumoResult SuperSample(const Footprints& f) {
     return kLumoResultOK;
 }
 
-Footprints WholeImage(uint32_t channels, const unsigned char* source, tagLumoSize sourceSize, uint32_t sourceRowBytes,
-                      unsigned char* destination, tagLumoSize destinationSize, uint32_t destinationRowBytes) {
-    return Footprints{channels,
-                      source,
-                      sourceRowBytes,
-                      destination,
-                      destinationSize,
-                      destinationRowBytes,
-                      static_cast<double>(destinationSize.width) / static_cast<double>(sourceSize.width),
-                      static_cast<double>(destinationSize.height) / static_cast<double>(sourceSize.height),
-                      0.0,
-                      0.0,
-                      sourceSize.width - 1,
-                      sourceSize.height - 1};
-}
-
 /// Footprints in absolute source coordinates, scaled to the region and
-/// clamped to its right and bottom edges; the whole source's size plays no part.
+/// clamped to its right and bottom edges; the whole source's size plays no
+/// part. A whole image is the region at (0, 0) that covers it.
 Footprints Region(uint32_t channels, const unsigned char* source, uint32_t sourceRowBytes, tagLumoRect region,
                   unsigned char* destination, tagLumoSize destinationSize, uint32_t destinationRowBytes) {
     const uint32_t right = static_cast<uint32_t>(region.x) + region.width;
@@ -151,15 +136,17 @@ Footprints Region(uint32_t channels, const unsigned char* source, uint32_t sourc
 LumoResult SuperSampling8(uint32_t channels, const unsigned char* source, tagLumoSize sourceSize,
                           uint32_t sourceRowBytes, unsigned char* destination, tagLumoSize destinationSize,
                           uint32_t destinationRowBytes) {
+    const tagLumoRect whole{0, 0, sourceSize.width, sourceSize.height};
     return SuperSample<uint8_t>(
-        WholeImage(channels, source, sourceSize, sourceRowBytes, destination, destinationSize, destinationRowBytes));
+        Region(channels, source, sourceRowBytes, whole, destination, destinationSize, destinationRowBytes));
 }
 
 LumoResult SuperSampling16(uint32_t channels, const unsigned char* source, tagLumoSize sourceSize,
                            uint32_t sourceRowBytes, unsigned char* destination, tagLumoSize destinationSize,
                            uint32_t destinationRowBytes) {
+    const tagLumoRect whole{0, 0, sourceSize.width, sourceSize.height};
     return SuperSample<uint16_t>(
-        WholeImage(channels, source, sourceSize, sourceRowBytes, destination, destinationSize, destinationRowBytes));
+        Region(channels, source, sourceRowBytes, whole, destination, destinationSize, destinationRowBytes));
 }
 
 LumoResult SuperSampling8WithRegion(uint32_t channels, const unsigned char* source, tagLumoSize /*sourceSize*/,

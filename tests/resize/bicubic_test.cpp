@@ -17,6 +17,8 @@ using lumo::test::KernelSet;
 using lumo::test::OneChannel;
 using lumo::test::Patterned;
 using lumo::test::RegionSource;
+using lumo::test::Shape;
+using lumo::test::ShapeTest;
 using lumo::test::TestImage;
 
 const KernelSet kBiCubic{lumo::BiCubic8, lumo::BiCubic16, lumo::BiCubic8WithRegion, lumo::BiCubic16WithRegion};
@@ -151,11 +153,6 @@ INSTANTIATE_TEST_SUITE_P(
 
 // ---- Properties over random images --------------------------------------------------------------
 
-struct Shape {
-    tagLumoSize source;
-    tagLumoSize destination;
-};
-
 const Shape kShapes[] = {
     {{1, 1}, {3, 2}},    // one pixel spread out
     {{9, 11}, {5, 13}},  // one axis down, one up
@@ -165,65 +162,29 @@ const Shape kShapes[] = {
 };
 
 // Each case runs every channel count from 1 to 6 on a small random source.
-class BiCubicProperties : public ::testing::TestWithParam<std::tuple<uint32_t /*bits*/, Shape>> {
+class BiCubicProperties : public ShapeTest {
 protected:
     static constexpr uint32_t kMostChannels = 6;
-
-    void Prepare(uint32_t channelCount) {
-        std::tie(bits, shape) = GetParam();
-        channels = channelCount;
-        source = Patterned(shape.source.width, shape.source.height, channels, bits, 7, channels * 31 + bits);
-    }
     void TearDown() override {
-        Set_ProcessorNum(0);
+        ShapeTest::TearDown();
         lumo::testing::ResetWorkAllocationFailures();
     }
-    TestImage Destination() const {
-        return TestImage::Make(shape.destination.width, shape.destination.height, channels, bits, 6);
-    }
-
-    uint32_t channels = 1;
-    uint32_t bits = 8;
-    Shape shape{};
-    TestImage source;
 };
 
 TEST_P(BiCubicProperties, SameBytesWhateverTheThreadCountAndPaddingUntouched) {
-    for (uint32_t n = 1; n <= kMostChannels; ++n) {
-        SCOPED_TRACE(::testing::Message() << n << " channels");
-        Prepare(n);
-        std::vector<unsigned char> first;
-        for (const uint32_t threads : {1u, 2u, 3u, 7u}) {
-            Set_ProcessorNum(threads);
-            TestImage destination = Destination();
-            ASSERT_EQ(lumo::test::Resize(kBiCubic, source, destination), kLumoResultOK);
-            EXPECT_TRUE(destination.PaddingIntact()) << threads << " threads";
-            if (first.empty()) {
-                first = destination.bytes;
-            } else {
-                EXPECT_EQ(destination.bytes, first) << threads << " threads";
-            }
-        }
-    }
+    ForEachChannelCount(kMostChannels, [&] {
+        ExpectSameBytesWhateverTheThreadCount(kBiCubic);
+    });
 }
 
 TEST_P(BiCubicProperties, RegionCoveringTheSourceGivesTheWholeImageOutput) {
-    for (uint32_t n = 1; n <= kMostChannels; ++n) {
-        SCOPED_TRACE(::testing::Message() << n << " channels");
-        Prepare(n);
-        TestImage whole = Destination();
-        TestImage fromRegion = Destination();
-        ASSERT_EQ(lumo::test::Resize(kBiCubic, source, whole), kLumoResultOK);
-        const tagLumoRect all{0, 0, source.width, source.height};
-        ASSERT_EQ(lumo::test::ResizeRegion(kBiCubic, source, all, fromRegion), kLumoResultOK);
-        EXPECT_EQ(fromRegion.bytes, whole.bytes);
-    }
+    ForEachChannelCount(kMostChannels, [&] {
+        ExpectRegionCoveringTheSourceToGiveTheWholeImageOutput(kBiCubic);
+    });
 }
 
 TEST_P(BiCubicProperties, RegionIsResizedAsAnImageOfItsOwnAndNothingAroundItIsRead) {
-    for (uint32_t n = 1; n <= kMostChannels; ++n) {
-        SCOPED_TRACE(::testing::Message() << n << " channels");
-        Prepare(n);
+    ForEachChannelCount(kMostChannels, [&] {
         // The region sits at (2, 3) of a larger source; only its own bytes are allocated.
         const tagLumoRect region{2, 3, shape.source.width, shape.source.height};
         const tagLumoSize wholeSource{region.width + 5, region.height + 4};
@@ -237,13 +198,11 @@ TEST_P(BiCubicProperties, RegionIsResizedAsAnImageOfItsOwnAndNothingAroundItIsRe
             EXPECT_EQ(destination.Samples(), expected.Samples());
             EXPECT_TRUE(destination.PaddingIntact());
         }
-    }
+    });
 }
 
 TEST_P(BiCubicProperties, EachMissingWorkingBlockGivesNoMemoryAndWritesNothing) {
-    for (uint32_t n = 1; n <= kMostChannels; ++n) {
-        SCOPED_TRACE(::testing::Message() << n << " channels");
-        Prepare(n);
+    ForEachChannelCount(kMostChannels, [&] {
         TestImage reference = Destination();
         ASSERT_EQ(lumo::test::Resize(kBiCubic, source, reference), kLumoResultOK);
         for (int successes = 0; successes < 5; ++successes) {
@@ -262,7 +221,7 @@ TEST_P(BiCubicProperties, EachMissingWorkingBlockGivesNoMemoryAndWritesNothing) 
         EXPECT_EQ(lumo::test::Resize(kBiCubic, source, destination), kLumoResultOK);
         lumo::testing::ResetWorkAllocationFailures();
         EXPECT_EQ(destination.bytes, reference.bytes);
-    }
+    });
 }
 
 INSTANTIATE_TEST_SUITE_P(Shapes, BiCubicProperties,

@@ -6,6 +6,7 @@
 #include <cstring>
 #include <random>
 #include <string>
+#include <tuple>
 #include <vector>
 
 #include <gtest/gtest.h>
@@ -63,6 +64,70 @@ inline TestImage OneChannel(tagLumoSize size, uint32_t bits, const std::vector<u
     for (uint32_t i = 0; i < samples.size(); ++i) im.Set(i % size.width, i / size.width, 0, samples[i]);
     return im;
 }
+
+struct Shape {
+    tagLumoSize source;
+    tagLumoSize destination;
+};
+
+/// Property cases over a sample depth and a shape. Each test runs several
+/// channel counts, calling Prepare() for each.
+class ShapeTest : public ::testing::TestWithParam<std::tuple<uint32_t /*bits*/, Shape>> {
+protected:
+    /// A random source of `channelCount` channels with padded rows.
+    void Prepare(uint32_t channelCount) {
+        std::tie(bits, shape) = GetParam();
+        channels = channelCount;
+        source = Patterned(shape.source.width, shape.source.height, channels, bits, 7, channels * 31 + bits);
+    }
+    void TearDown() override { Set_ProcessorNum(0); }
+
+    /// Runs `check` for each channel count from 1 to `most`, after Prepare().
+    template <class Check>
+    void ForEachChannelCount(uint32_t most, Check check) {
+        for (uint32_t n = 1; n <= most; ++n) {
+            SCOPED_TRACE(::testing::Message() << n << " channels");
+            Prepare(n);
+            check();
+        }
+    }
+
+    /// A zeroed destination of the shape, its rows padded with the canary.
+    TestImage Destination() const {
+        return TestImage::Make(shape.destination.width, shape.destination.height, channels, bits, 6);
+    }
+
+    /// The output bytes do not depend on how many workers share the rows, and
+    /// no worker writes into the row padding.
+    void ExpectSameBytesWhateverTheThreadCount(const KernelSet& k) {
+        std::vector<unsigned char> first;
+        for (const uint32_t threads : {1u, 2u, 3u, 7u}) {
+            Set_ProcessorNum(threads);
+            TestImage destination = Destination();
+            ASSERT_EQ(Resize(k, source, destination), kLumoResultOK);
+            EXPECT_TRUE(destination.PaddingIntact()) << threads << " threads";
+            if (first.empty()) {
+                first = destination.bytes;
+            } else {
+                EXPECT_EQ(destination.bytes, first) << threads << " threads";
+            }
+        }
+    }
+
+    void ExpectRegionCoveringTheSourceToGiveTheWholeImageOutput(const KernelSet& k) {
+        TestImage whole = Destination();
+        TestImage fromRegion = Destination();
+        ASSERT_EQ(Resize(k, source, whole), kLumoResultOK);
+        const tagLumoRect all{0, 0, source.width, source.height};
+        ASSERT_EQ(ResizeRegion(k, source, all, fromRegion), kLumoResultOK);
+        EXPECT_EQ(fromRegion.bytes, whole.bytes);
+    }
+
+    uint32_t channels = 1;
+    uint32_t bits = 8;
+    Shape shape{};
+    TestImage source;
+};
 
 /// A source of which only `region` is allocated: the heap block begins at the
 /// region's first sample and ends after its last, so any read left of, above,

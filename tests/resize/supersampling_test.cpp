@@ -12,6 +12,8 @@ using lumo::test::KernelSet;
 using lumo::test::OneChannel;
 using lumo::test::Patterned;
 using lumo::test::RegionSource;
+using lumo::test::Shape;
+using lumo::test::ShapeTest;
 using lumo::test::TestImage;
 
 const KernelSet kSuperSampling{lumo::SuperSampling8, lumo::SuperSampling16, lumo::SuperSampling8WithRegion,
@@ -106,11 +108,6 @@ INSTANTIATE_TEST_SUITE_P(Blocks, SuperSamplingMeans,
 
 // ---- Properties over random images --------------------------------------------------------------
 
-struct Shape {
-    tagLumoSize source;
-    tagLumoSize destination;
-};
-
 const Shape kShapes[] = {
     {{7, 5}, {3, 2}},    // both down, uneven footprints
     {{13, 9}, {5, 12}},  // one axis down, one up
@@ -120,62 +117,25 @@ const Shape kShapes[] = {
 };
 
 // Each case runs every channel count from 1 to 4 on a small random source.
-class SuperSamplingProperties : public ::testing::TestWithParam<std::tuple<uint32_t /*bits*/, Shape>> {
+class SuperSamplingProperties : public ShapeTest {
 protected:
     static constexpr uint32_t kMostChannels = 4;
-
-    void Prepare(uint32_t channelCount) {
-        std::tie(bits, shape) = GetParam();
-        channels = channelCount;
-        source = Patterned(shape.source.width, shape.source.height, channels, bits, 5, channels * 17 + bits);
-    }
-    void TearDown() override { Set_ProcessorNum(0); }
-    TestImage Destination() const {
-        return TestImage::Make(shape.destination.width, shape.destination.height, channels, bits, 6);
-    }
-
-    uint32_t channels = 1;
-    uint32_t bits = 8;
-    Shape shape{};
-    TestImage source;
 };
 
 TEST_P(SuperSamplingProperties, SameBytesWhateverTheThreadCountAndPaddingUntouched) {
-    for (uint32_t n = 1; n <= kMostChannels; ++n) {
-        SCOPED_TRACE(::testing::Message() << n << " channels");
-        Prepare(n);
-        std::vector<unsigned char> first;
-        for (const uint32_t threads : {1u, 2u, 3u, 7u}) {
-            Set_ProcessorNum(threads);
-            TestImage destination = Destination();
-            ASSERT_EQ(lumo::test::Resize(kSuperSampling, source, destination), kLumoResultOK);
-            EXPECT_TRUE(destination.PaddingIntact()) << threads << " threads";
-            if (first.empty()) {
-                first = destination.bytes;
-            } else {
-                EXPECT_EQ(destination.bytes, first) << threads << " threads";
-            }
-        }
-    }
+    ForEachChannelCount(kMostChannels, [&] {
+        ExpectSameBytesWhateverTheThreadCount(kSuperSampling);
+    });
 }
 
 TEST_P(SuperSamplingProperties, RegionCoveringTheSourceGivesTheWholeImageOutput) {
-    for (uint32_t n = 1; n <= kMostChannels; ++n) {
-        SCOPED_TRACE(::testing::Message() << n << " channels");
-        Prepare(n);
-        TestImage whole = Destination();
-        TestImage fromRegion = Destination();
-        ASSERT_EQ(lumo::test::Resize(kSuperSampling, source, whole), kLumoResultOK);
-        const tagLumoRect all{0, 0, source.width, source.height};
-        ASSERT_EQ(lumo::test::ResizeRegion(kSuperSampling, source, all, fromRegion), kLumoResultOK);
-        EXPECT_EQ(fromRegion.bytes, whole.bytes);
-    }
+    ForEachChannelCount(kMostChannels, [&] {
+        ExpectRegionCoveringTheSourceToGiveTheWholeImageOutput(kSuperSampling);
+    });
 }
 
 TEST_P(SuperSamplingProperties, NothingAroundTheRegionIsRead) {
-    for (uint32_t n = 1; n <= kMostChannels; ++n) {
-        SCOPED_TRACE(::testing::Message() << n << " channels");
-        Prepare(n);
+    ForEachChannelCount(kMostChannels, [&] {
         // Only the region's own bytes are allocated: a read on any side of it
         // leaves the block, and the bytes between its rows change between runs.
         const tagLumoRect region{3, 2, shape.source.width, shape.source.height};
@@ -193,7 +153,7 @@ TEST_P(SuperSamplingProperties, NothingAroundTheRegionIsRead) {
                 EXPECT_EQ(destination.Samples(), first);
             }
         }
-    }
+    });
 }
 
 INSTANTIATE_TEST_SUITE_P(Shapes, SuperSamplingProperties,
