@@ -15,14 +15,6 @@
 
 namespace lumo {
 
-/// Truncates toward zero to a signed 32-bit value. Values outside that range
-/// (and NaN) saturate instead of being undefined; in range nothing changes.
-inline int32_t TruncateToInt32(double v) {
-    if (!(v > -2147483649.0)) return v != v ? 0 : INT32_MIN;
-    if (!(v < 2147483648.0)) return INT32_MAX;
-    return static_cast<int32_t>(v);
-}
-
 /// Each destination sample is the rounded mean of a 2x2 block of the source
 /// (halves round up). The source size is implied by the destination's: an odd
 /// last row or column of the source is never read.

@@ -51,4 +51,13 @@ inline T ClampTruncate(double v) {
     return static_cast<T>(v);
 }
 
+/// Truncates toward zero to a signed 32-bit value. A plain conversion is
+/// undefined for NaN and for values beyond the range: NaN gives 0 and such
+/// values saturate, so every in-range value gets exactly its truncation.
+inline int32_t TruncateToInt32(double v) {
+    if (!(v > -2147483649.0)) return v != v ? 0 : INT32_MIN;
+    if (!(v < 2147483648.0)) return INT32_MAX;
+    return static_cast<int32_t>(v);
+}
+
 }  // namespace lumo

@@ -32,8 +32,10 @@ struct TestImage {
         im.bytesPerSample = bitsPerSample / 8;
         im.rowBytes = width * channels * im.bytesPerSample + padding;
         im.bytes.assign(static_cast<size_t>(im.rowBytes) * height, 0);
-        for (uint32_t y = 0; y < height; ++y)
-            std::memset(im.Row(y) + im.rowBytes - padding, kPaddingCanary, padding);
+        // An empty image has no buffer to hand to memset, even for 0 bytes.
+        if (padding != 0)
+            for (uint32_t y = 0; y < height; ++y)
+                std::memset(im.Row(y) + im.rowBytes - padding, kPaddingCanary, padding);
         return im;
     }
 
