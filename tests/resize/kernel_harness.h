@@ -1,9 +1,14 @@
 // Calling resize kernels on test images, and sources that hold nothing but a
 // region, so that a read outside the region leaves the allocation.
+//
+// Two ways to name the kernels under test: a KernelSet holds a method's four
+// kernels, a KernelPair one width's whole-image and region kernel (for tables
+// that run over widths and channel counts).
 #pragma once
 
 #include <cstdint>
 #include <cstring>
+#include <ostream>
 #include <random>
 #include <string>
 #include <tuple>
@@ -179,6 +184,101 @@ private:
     uint32_t m_rowBytes;
     uint32_t m_gapBytes;
     std::vector<unsigned char> m_bytes;
+};
+
+/// One sample width of a method: its whole-image and its region kernel.
+struct KernelPair {
+    const char* name;
+    uint32_t bitsPerSample;
+    Kernel whole;
+    RegionKernel region;
+};
+
+inline std::ostream& operator<<(std::ostream& out, const KernelPair& k) { return out << k.name; }
+
+inline LumoResult RunWhole(const KernelPair& k, const TestImage& source, TestImage& destination) {
+    return k.whole(source.channels, source.Data(), source.Size(), source.rowBytes, destination.Data(),
+                   destination.Size(), destination.rowBytes);
+}
+
+inline LumoResult RunRegion(const KernelPair& k, const TestImage& source, tagLumoRect region,
+                            TestImage& destination) {
+    return k.region(source.channels, source.Data(), source.Size(), source.rowBytes, region, destination.Data(),
+                    destination.Size(), destination.rowBytes);
+}
+
+inline tagLumoRect WholeOf(const TestImage& image) { return {0, 0, image.width, image.height}; }
+
+/// The samples of `region` (inside the image) as an image of their own.
+inline TestImage Crop(const TestImage& image, tagLumoRect region) {
+    TestImage out = TestImage::Make(region.width, region.height, image.channels, BitsOf(image));
+    for (uint32_t y = 0; y < region.height; ++y)
+        for (uint32_t x = 0; x < region.width; ++x)
+            for (uint32_t c = 0; c < image.channels; ++c)
+                out.Set(x, y, c, image.Get(static_cast<uint32_t>(region.x) + x, static_cast<uint32_t>(region.y) + y, c));
+    return out;
+}
+
+/// Channel `c` of an image as a one-channel image.
+inline TestImage Plane(const TestImage& image, uint32_t c) {
+    TestImage out = TestImage::Make(image.width, image.height, 1, BitsOf(image));
+    for (uint32_t y = 0; y < image.height; ++y)
+        for (uint32_t x = 0; x < image.width; ++x) out.Set(x, y, 0, image.Get(x, y, c));
+    return out;
+}
+
+/// Properties of one method, run for each sample width and channel count.
+class KernelPropertyTest : public ::testing::TestWithParam<std::tuple<KernelPair, uint32_t>> {
+protected:
+    void TearDown() override { Set_ProcessorNum(0); }
+
+    const KernelPair& kernel() const { return std::get<0>(GetParam()); }
+    uint32_t channels() const { return std::get<1>(GetParam()); }
+    /// Random samples in rows with padding.
+    TestImage RandomSource(tagLumoSize size, uint32_t seed, uint32_t padding = 5) const {
+        return Patterned(size.width, size.height, channels(), kernel().bitsPerSample, padding, seed * 7 + channels());
+    }
+    /// A destination whose row padding shows any write past the pixels.
+    TestImage Destination(tagLumoSize size) const {
+        return TestImage::Make(size.width, size.height, channels(), kernel().bitsPerSample, 7);
+    }
+
+    /// Resizes `source` to `size` as a whole and as the region that covers all
+    /// of it, expects both to agree, and returns the samples.
+    std::vector<uint32_t> ResizeWholeAndAsRegion(const TestImage& source, tagLumoSize size) const {
+        TestImage whole = Destination(size);
+        TestImage region = Destination(size);
+        EXPECT_EQ(RunWhole(kernel(), source, whole), kLumoResultOK);
+        EXPECT_EQ(RunRegion(kernel(), source, WholeOf(source), region), kLumoResultOK);
+        EXPECT_EQ(region.Samples(), whole.Samples());
+        EXPECT_TRUE(whole.PaddingIntact());
+        EXPECT_TRUE(region.PaddingIntact());
+        return whole.Samples();
+    }
+
+    /// Resizes the whole source and `region` of it with 1, 2, 3 and 7 workers
+    /// and expects the same bytes each time, none of them in the row padding.
+    void ExpectSameOutputForAnyWorkerCount(const TestImage& source, tagLumoSize wholeSize, tagLumoRect region,
+                                           tagLumoSize regionSize) const {
+        std::vector<unsigned char> firstWhole;
+        std::vector<unsigned char> firstRegion;
+        for (const uint32_t threads : {1u, 2u, 3u, 7u}) {
+            Set_ProcessorNum(threads);
+            TestImage whole = Destination(wholeSize);
+            TestImage inRegion = Destination(regionSize);
+            ASSERT_EQ(RunWhole(kernel(), source, whole), kLumoResultOK);
+            ASSERT_EQ(RunRegion(kernel(), source, region, inRegion), kLumoResultOK);
+            EXPECT_TRUE(whole.PaddingIntact());
+            EXPECT_TRUE(inRegion.PaddingIntact());
+            if (firstWhole.empty()) {
+                firstWhole = whole.bytes;
+                firstRegion = inRegion.bytes;
+            } else {
+                EXPECT_EQ(whole.bytes, firstWhole) << threads << " threads";
+                EXPECT_EQ(inRegion.bytes, firstRegion) << threads << " threads";
+            }
+        }
+    }
 };
 
 }  // namespace lumo::test
