@@ -30,6 +30,17 @@ LUMO_DECLARE_RESIZE_KERNELS(BiLinear)
 LUMO_DECLARE_RESIZE_KERNELS(BiCubic)
 LUMO_DECLARE_RESIZE_KERNELS(SuperSampling)
 
+/// The plain scalar kernels: each method's arithmetic written out loop by loop,
+/// with the same signatures and results as the kernels above. The fast kernels
+/// must match them byte for byte; the differential tests and the benchmark
+/// compare against them.
+namespace reference {
+LUMO_DECLARE_RESIZE_KERNELS(NearestNeighbor)
+LUMO_DECLARE_RESIZE_KERNELS(BiLinear)
+LUMO_DECLARE_RESIZE_KERNELS(BiCubic)
+LUMO_DECLARE_RESIZE_KERNELS(SuperSampling)
+}  // namespace reference
+
 #undef LUMO_DECLARE_RESIZE_KERNELS
 
 /// The cubic-convolution weight at distance x (a = -0.5 outside, with the
