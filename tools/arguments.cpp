@@ -58,12 +58,12 @@ Arguments ParseArguments(const std::vector<std::string>& args, const std::set<st
             } else if (i + 1 < args.size()) {
                 parsed.values[name] = args[++i];
             } else {
-                throw ToolError("option " + name + " needs a value");
+                throw UsageError("option " + name + " needs a value");
             }
         } else if (flagOptions.count(name) && eq == std::string::npos) {
             parsed.flags.insert(name);
         } else {
-            throw ToolError("unknown option '" + arg + "'");
+            throw UsageError("unknown option '" + arg + "'");
         }
     }
     return parsed;

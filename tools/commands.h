@@ -11,11 +11,6 @@
 
 namespace lumotool {
 
-class UsageError : public ToolError {
-  public:
-    using ToolError::ToolError;
-};
-
 using Args = std::vector<std::string>;
 
 int RunResize(const Args& args);

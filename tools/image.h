@@ -16,6 +16,12 @@ class ToolError : public std::runtime_error {
     using std::runtime_error::runtime_error;
 };
 
+// A malformed command line (exit status 2 rather than 1).
+class UsageError : public ToolError {
+  public:
+    using ToolError::ToolError;
+};
+
 // Interleaved 8- or 16-bit samples, rows packed without padding, 16-bit
 // samples in native byte order: the layout the library's resize takes.
 struct Image {
