@@ -140,10 +140,10 @@ LumoScalingMethod DefaultMethod(tagLumoSize from, tagLumoSize to) {
     return noneGrows && oneShrinks ? kLumoScalingSuperSampling : kLumoScalingBiCubic;
 }
 
-uint32_t ParseThreads(const std::string& text) {
+uint32_t ParseCount(const std::string& text, uint32_t most, const std::string& what) {
     uint64_t n = 0;
-    if (!ParseUnsigned(text, n) || n < 1 || n > 64)
-        throw ToolError("invalid thread count '" + text + "': expected a number from 1 to 64");
+    if (!ParseUnsigned(text, n) || n < 1 || n > most)
+        throw ToolError("invalid " + what + " '" + text + "': expected a number from 1 to " + std::to_string(most));
     return static_cast<uint32_t>(n);
 }
 

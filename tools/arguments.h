@@ -40,7 +40,10 @@ const char* MethodName(LumoScalingMethod method);
 // Super-sampling when the image shrinks (no side grows, one shrinks), bicubic otherwise.
 LumoScalingMethod DefaultMethod(tagLumoSize from, tagLumoSize to);
 
+// A whole number from 1 to `most`; `what` names it in the message.
+uint32_t ParseCount(const std::string& text, uint32_t most, const std::string& what);
+
 // Worker count for the library's pool, 1 to 64.
-uint32_t ParseThreads(const std::string& text);
+inline uint32_t ParseThreads(const std::string& text) { return ParseCount(text, 64, "thread count"); }
 
 }  // namespace lumotool

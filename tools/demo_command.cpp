@@ -2,6 +2,7 @@
 #include <chrono>
 #include <cmath>
 #include <cstdio>
+#include <filesystem>
 #include <optional>
 
 #include "arguments.h"
@@ -25,7 +26,7 @@ constexpr const char* kUsage =
     "  --out FILE     contact sheet to write (default: lumomath-demo.png)\n"
     "  --chart FILE   also save the built-in test chart there\n"
     "  --threads N    worker threads, 1 to 64 (default: the processors available)\n"
-    "  --repeat N     runs per timing, the median is shown (default: 5)\n";
+    "  --repeat N     runs per timing, 1 to 1000; the median is shown (default: 5)\n";
 
 constexpr LumoScalingMethod kMethods[] = {kLumoScalingNearestNeighbor, kLumoScalingBiLinear, kLumoScalingBiCubic,
                                           kLumoScalingSuperSampling};
@@ -113,10 +114,8 @@ int RunDemo(const Args& args) {
     if (a.Value("--chart") && !a.positional.empty()) throw UsageError("--chart goes with the built-in chart, not with IMAGE");
     if (a.Value("--chart")) FormatFromPath(*a.Value("--chart"));
     if (const std::string* threads = a.Value("--threads")) Set_ProcessorNum(ParseThreads(*threads));
-    int repeat = 5;
-    if (const std::string* r = a.Value("--repeat")) {
-        repeat = static_cast<int>(ParseThreads(*r));  // the same 1..64 range suits the run count
-    }
+    const std::string* repeatText = a.Value("--repeat");
+    const int repeat = repeatText ? static_cast<int>(ParseCount(*repeatText, 1000, "run count")) : 5;
 
     Image source;
     tagLumoRect region{};
@@ -130,7 +129,7 @@ int RunDemo(const Args& args) {
     } else {
         source = ReadImage(a.positional[0]);
         region = CentreRegion(source);
-        origin = a.positional[0];
+        origin = std::filesystem::path(a.positional[0]).filename().string();
     }
     const tagLumoSize whole{source.width, source.height};
     const tagLumoSize enlarged{region.width * kMagnify, region.height * kMagnify};
