@@ -35,7 +35,7 @@ constexpr uint32_t kMagnify = 4;
 // individual pixels, where the methods differ, can be seen.
 constexpr uint32_t kShowEnlarged = 2;
 // Whole-image enlargements for the timing stop at this many output bytes.
-constexpr uint64_t kMaxTimedBytes = uint64_t{512} << 20;
+constexpr uint64_t kMaxTimedBytes = uint64_t{256} << 20;
 
 std::string SizeText(tagLumoSize s) { return std::to_string(s.width) + "x" + std::to_string(s.height); }
 
