@@ -99,6 +99,9 @@ Image ComposeSheet(const SheetHeader& header, const std::vector<SheetRow>& rows)
             const int ox = std::max(0, (I(kCellWidth) - I(cell.image.width)) / 2);
             const int oy = std::max(0, (I(kCellHeight) - I(cell.image.height)) / 2);
             Blit(sheet, cell.image, x + ox, boxY + oy, I(kCellWidth) - ox, I(kCellHeight) - oy);
+            if (cell.image.width == 0)
+                DrawText(sheet, x + (I(kCellWidth) - TextWidth(cell.note, kLabelScale)) / 2,
+                         boxY + (I(kCellHeight) - TextHeight(kLabelScale)) / 2, cell.note, kLabelScale, kText);
             x += I(kCellWidth) + kGap;
         }
         y += rowH;

@@ -18,7 +18,8 @@ Image Magnify(const Image& image, uint32_t factor);
 
 struct SheetCell {
     std::string label;
-    Image image;  // 8-bit RGB, centred in a kCellWidth x kCellHeight box; empty for none
+    Image image;       // 8-bit RGB, centred in a kCellWidth x kCellHeight box
+    std::string note;  // shown in the box instead when there is no image
 };
 
 struct SheetRow {

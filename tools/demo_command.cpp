@@ -56,7 +56,7 @@ tagLumoSize ReducedSize(const Image& image) {
 }
 
 SheetCell Cell(const std::string& label, const Image& result, uint32_t magnify) {
-    return {label, Magnify(ToDisplay(result), magnify)};
+    return {label, Magnify(ToDisplay(result), magnify), ""};
 }
 
 // Median wall time of `repeat` runs, in milliseconds; nullopt when the
@@ -85,13 +85,16 @@ std::string Millis(const std::optional<double>& ms) {
 }
 
 // The source as shown at the top of the sheet: reduced to fit when larger,
-// with the magnified region's frame scaled alike.
+// magnified a whole number of times when much smaller, with the frame of the
+// enlarged region scaled alike.
 void Preview(const Image& source, const tagLumoRect& region, SheetHeader& header) {
     const Image display = ToDisplay(source);
     const double s = std::min({1.0, double(kPreviewWidth) / source.width, double(kPreviewHeight) / source.height});
     if (s >= 1.0) {
-        header.preview = display;
-        header.outline = region;
+        const uint32_t zoom = std::max(1u, std::min(kPreviewWidth / source.width, kPreviewHeight / source.height));
+        header.preview = Magnify(display, zoom);
+        header.outline = {region.x * static_cast<int32_t>(zoom), region.y * static_cast<int32_t>(zoom),
+                          region.width * zoom, region.height * zoom};
         return;
     }
     const auto scaled = [s](double v) { return static_cast<uint32_t>(std::max(1.0, std::floor(v * s))); };
@@ -146,7 +149,7 @@ int RunDemo(const Args& args) {
         try {
             up.cells.push_back(Cell(MethodName(m), Resample(source, enlarged, m, &region), kShowEnlarged));
         } catch (const ToolError&) {
-            up.cells.push_back({std::string(MethodName(m)) + ": reduces only", Image{}});
+            up.cells.push_back({MethodName(m), Image{}, "reduces only"});
         }
         if (canReduce) down.cells.push_back(Cell(MethodName(m), Resample(source, reduced, m), reducedZoom));
     }

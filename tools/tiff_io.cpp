@@ -54,12 +54,14 @@ Image ReadTiff(const std::string& path) {
 
     uint32_t width = 0, height = 0;
     uint16_t bits = 0, channels = 0, format = SAMPLEFORMAT_UINT, planar = PLANARCONFIG_CONTIG;
+    uint16_t photometric = PHOTOMETRIC_MINISBLACK;
     TIFFGetField(tiff.get(), TIFFTAG_IMAGEWIDTH, &width);
     TIFFGetField(tiff.get(), TIFFTAG_IMAGELENGTH, &height);
     TIFFGetFieldDefaulted(tiff.get(), TIFFTAG_BITSPERSAMPLE, &bits);
     TIFFGetFieldDefaulted(tiff.get(), TIFFTAG_SAMPLESPERPIXEL, &channels);
     TIFFGetFieldDefaulted(tiff.get(), TIFFTAG_SAMPLEFORMAT, &format);
     TIFFGetFieldDefaulted(tiff.get(), TIFFTAG_PLANARCONFIG, &planar);
+    TIFFGetField(tiff.get(), TIFFTAG_PHOTOMETRIC, &photometric);
 
     if (bits != 8 && bits != 16)
         throw ToolError("'" + path + "' has " + std::to_string(bits) + "-bit samples; only 8- and 16-bit images are supported");
@@ -69,6 +71,10 @@ Image ReadTiff(const std::string& path) {
         throw ToolError("'" + path + "' has " + std::to_string(channels) + " channels; 1 to 4 are supported");
     if (planar != PLANARCONFIG_CONTIG)
         throw ToolError("'" + path + "' stores its channels in separate planes; only interleaved TIFF is supported");
+    // Palette, YCbCr, CMYK and the like would need a colour conversion the
+    // tool does not do; their samples are not gray or RGB values.
+    if (photometric != PHOTOMETRIC_MINISBLACK && photometric != PHOTOMETRIC_MINISWHITE && photometric != PHOTOMETRIC_RGB)
+        throw ToolError("'" + path + "' uses a colour model other than gray or RGB; only those are supported");
     if (TIFFIsTiled(tiff.get())) throw ToolError("'" + path + "' is a tiled TIFF; only striped TIFF is supported");
 
     Image image = Image::Make(width, height, channels, bits);
