@@ -103,6 +103,47 @@ void Preview(const Image& source, const tagLumoRect& region, SheetHeader& header
                       scaled(region.height)};
 }
 
+SheetRow EnlargedRow(const Image& source, const tagLumoRect& region) {
+    const tagLumoSize enlarged{region.width * kMagnify, region.height * kMagnify};
+    SheetRow row{"ENLARGED " + std::to_string(kMagnify) + "X, SHOWN " + std::to_string(kShowEnlarged) + "X: THE " +
+                     SizeText({region.width, region.height}) + " REGION IN THE RED FRAME",
+                 {}};
+    for (LumoScalingMethod m : kMethods) {
+        try {
+            row.cells.push_back(Cell(MethodName(m), Resample(source, enlarged, m, &region), kShowEnlarged));
+        } catch (const ToolError&) {
+            // Super-sampling takes a region only while the destination is
+            // smaller than the whole image; anything else is a real failure.
+            if (m != kLumoScalingSuperSampling) throw;
+            row.cells.push_back({MethodName(m), Image{}, "reduces only"});
+        }
+    }
+    return row;
+}
+
+SheetRow ReducedRow(const Image& source, tagLumoSize reduced, uint32_t zoom) {
+    SheetRow row{"REDUCED TO " + SizeText(reduced) + ", SHOWN " + std::to_string(zoom) + "X", {}};
+    for (LumoScalingMethod m : kMethods) row.cells.push_back(Cell(MethodName(m), Resample(source, reduced, m), zoom));
+    return row;
+}
+
+// Whole-image reduction (to `reduced`, when the image can shrink) and 2x
+// enlargement, where the work is large enough to measure.
+void PrintTimings(const Image& source, const tagLumoSize* reduced, int repeat) {
+    const tagLumoSize doubled{source.width * 2, source.height * 2};
+    const bool timeEnlargement =
+        uint64_t{doubled.width} * doubled.height * source.channels * source.BytesPerSample() <= kMaxTimedBytes &&
+        doubled.width / 2 == source.width;
+    const std::string reduceHead = reduced ? "reduce to " + SizeText(*reduced) : "reduce";
+    const std::string enlargeHead = "enlarge to " + SizeText(doubled);
+    std::printf("  %-14s %22s %22s\n", "method", reduceHead.c_str(), enlargeHead.c_str());
+    for (LumoScalingMethod m : kMethods) {
+        const std::string r = reduced ? Millis(TimeResize(source, *reduced, m, repeat)) : "too small";
+        const std::string e = timeEnlargement ? Millis(TimeResize(source, doubled, m, repeat)) : "too large";
+        std::printf("  %-14s %22s %22s\n", MethodName(m), r.c_str(), e.c_str());
+    }
+}
+
 }  // namespace
 
 int RunDemo(const Args& args) {
@@ -134,25 +175,10 @@ int RunDemo(const Args& args) {
         region = CentreRegion(source);
         origin = std::filesystem::path(a.positional[0]).filename().string();
     }
-    const tagLumoSize whole{source.width, source.height};
-    const tagLumoSize enlarged{region.width * kMagnify, region.height * kMagnify};
     const tagLumoSize reduced = ReducedSize(source);
-    const bool canReduce = reduced.width < whole.width || reduced.height < whole.height;
+    const bool canReduce = reduced.width < source.width || reduced.height < source.height;
     const uint32_t reducedZoom =
         std::max<uint32_t>(1, std::min(kCellWidth / reduced.width, kCellHeight / reduced.height));
-
-    SheetRow up{"ENLARGED " + std::to_string(kMagnify) + "X, SHOWN " + std::to_string(kShowEnlarged) + "X: THE " +
-                    SizeText({region.width, region.height}) + " REGION IN THE RED FRAME",
-                {}};
-    SheetRow down{"REDUCED TO " + SizeText(reduced) + ", SHOWN " + std::to_string(reducedZoom) + "X", {}};
-    for (LumoScalingMethod m : kMethods) {
-        try {
-            up.cells.push_back(Cell(MethodName(m), Resample(source, enlarged, m, &region), kShowEnlarged));
-        } catch (const ToolError&) {
-            up.cells.push_back({MethodName(m), Image{}, "reduces only"});
-        }
-        if (canReduce) down.cells.push_back(Cell(MethodName(m), Resample(source, reduced, m), reducedZoom));
-    }
 
     SheetHeader header;
     Preview(source, region, header);
@@ -167,26 +193,14 @@ int RunDemo(const Args& args) {
                     "reduction: the whole image",
                     "to " + SizeText(reduced) + ", magnified " + std::to_string(reducedZoom) + "x",
                     "with nearest to show pixels"};
-    std::vector<SheetRow> rows{std::move(up)};
-    if (canReduce) rows.push_back(std::move(down));
+    std::vector<SheetRow> rows{EnlargedRow(source, region)};
+    if (canReduce) rows.push_back(ReducedRow(source, reduced, reducedZoom));
     WriteImage(out, ComposeSheet(header, rows));
 
-    // Timings of the whole image, where the work is large enough to measure.
-    const tagLumoSize doubled{whole.width * 2, whole.height * 2};
-    const bool timeEnlargement =
-        uint64_t{doubled.width} * doubled.height * source.channels * source.BytesPerSample() <= kMaxTimedBytes &&
-        doubled.width / 2 == whole.width;
     std::printf("Contact sheet: %s\n\n", out.c_str());
     std::printf("Resize timings on the %s %s, %u worker threads, median of %d runs:\n\n", origin.c_str(),
                 Describe(source).c_str(), threads, repeat);
-    const std::string reduceHead = "reduce to " + SizeText(reduced);
-    const std::string enlargeHead = "enlarge to " + SizeText(doubled);
-    std::printf("  %-14s %22s %22s\n", "method", reduceHead.c_str(), enlargeHead.c_str());
-    for (LumoScalingMethod m : kMethods) {
-        const std::string r = canReduce ? Millis(TimeResize(source, reduced, m, repeat)) : "too small";
-        const std::string e = timeEnlargement ? Millis(TimeResize(source, doubled, m, repeat)) : "too large";
-        std::printf("  %-14s %22s %22s\n", MethodName(m), r.c_str(), e.c_str());
-    }
+    PrintTimings(source, canReduce ? &reduced : nullptr, repeat);
     std::printf("\n(n/a: supersampling only reduces)\n");
     return 0;
 }
