@@ -19,7 +19,11 @@ constexpr const char* kUsage =
     "OUT_PREFIX_mtf.png as a 16-bit image with zero frequency at the centre, and prints the MTF\n"
     "along the two axes.\n"
     "\n"
-    "  --double   transform in double precision (default: single precision)\n";
+    "  --double   transform in double precision (default: single precision)\n"
+    "\n"
+    "The single-precision conversion keeps the library's long-standing transform length, twice each\n"
+    "side at power-of-two sizes, so its samples are not the image's own spectrum; --double gives\n"
+    "the MTF of the image itself.\n";
 
 bool PowerOfTwo(uint32_t v) { return v != 0 && (v & (v - 1)) == 0; }
 
