@@ -6,17 +6,16 @@
 #include <gtest/gtest.h>
 
 #include <atomic>
-#include <chrono>
 #include <cstdint>
 #include <cstdio>
 #include <cstring>
-#include <filesystem>
 #include <functional>
 #include <iterator>
 #include <thread>
 #include <vector>
 
 #include "lumomath/LumoMath.h"
+#include "pool/process_threads.h"
 #include "pool/thread_pool.h"
 #include "resize/test_image.h"
 
@@ -28,23 +27,8 @@ constexpr int kHostThreads = 8;
 constexpr int kCallsPerThreadAndRound = 100;
 constexpr uint32_t kRoundProcessorCounts[] = {3, 2, 5};
 
-int ThreadsOfProcess() {
-    int n = 0;
-    for (const auto& entry : std::filesystem::directory_iterator("/proc/self/task")) {
-        (void)entry;
-        ++n;
-    }
-    return n;
-}
-
-int SettleThreadCount(int expected) {
-    int n = ThreadsOfProcess();
-    for (int i = 0; i < 300 && n != expected; ++i) {
-        std::this_thread::sleep_for(std::chrono::milliseconds(10));
-        n = ThreadsOfProcess();
-    }
-    return n;
-}
+using lumo::test::SettleThreadCount;
+using lumo::test::ThreadsOfProcess;
 
 // One kind of call: it writes its result into `out` (resized to fit) and
 // returns the call's result code.

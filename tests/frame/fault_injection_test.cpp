@@ -7,16 +7,15 @@
 // A worker thread that cannot be started is answered the same way.
 #include <gtest/gtest.h>
 
-#include <chrono>
 #include <cstdint>
 #include <cstdio>
-#include <filesystem>
 #include <functional>
 #include <thread>
 #include <vector>
 
 #include "common/work_memory.h"
 #include "lumomath/LumoMath.h"
+#include "pool/process_threads.h"
 #include "pool/thread_pool.h"
 #include "resize/test_image.h"
 
@@ -166,23 +165,8 @@ public:
 
 // ---- A worker thread that cannot be started.
 
-int ThreadsOfProcess() {
-    int n = 0;
-    for (const auto& entry : std::filesystem::directory_iterator("/proc/self/task")) {
-        (void)entry;
-        ++n;
-    }
-    return n;
-}
-
-int SettleThreadCount(int expected) {
-    int n = ThreadsOfProcess();
-    for (int i = 0; i < 200 && n != expected; ++i) {
-        std::this_thread::sleep_for(std::chrono::milliseconds(10));
-        n = ThreadsOfProcess();
-    }
-    return n;
-}
+using lumo::test::SettleThreadCount;
+using lumo::test::ThreadsOfProcess;
 
 // The n-th of four worker starts fails: the call answers 3, writes nothing
 // and leaves no thread behind; the next call builds a working pool.
