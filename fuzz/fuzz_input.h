@@ -10,14 +10,18 @@
 #include <cstring>
 #include <vector>
 
+#include "lumomath/LumoMath.h"
+
 namespace fuzz {
 
 __extension__ typedef unsigned __int128 Wide;
 
 // Buffers and working sets beyond these are legitimate but too slow or too
 // large for a fuzzing run; such calls are skipped unless they must be refused.
-constexpr size_t kMaxBufferBytes = size_t{1} << 22;
-constexpr Wide kMaxWork = Wide{1} << 22;
+// Kept small: the boundary is reached as well by small images, and a run
+// then tries many more calls.
+constexpr size_t kMaxBufferBytes = size_t{1} << 18;
+constexpr Wide kMaxWork = Wide{1} << 18;
 constexpr Wide kMax32 = 0xFFFFFFFFu;
 
 class Input {
@@ -96,8 +100,29 @@ private:
     uint8_t* m_data;
 };
 
+/// Whether a call's images lie beyond what 32-bit offsets and signed 32-bit
+/// counts reach: with a destination to write, such a call must be refused.
+inline bool Unreachable(tagLumoSize source, Wide sourceBytes, tagLumoSize destination, Wide destinationBytes) {
+    return sourceBytes > kMax32 || destinationBytes > kMax32 || source.width > INT32_MAX ||
+           source.height > INT32_MAX || destination.width > INT32_MAX || destination.height > INT32_MAX;
+}
+
+/// Runs a call that must read and write nothing, with no buffers or with
+/// buffers of a few bytes, and checks that the destination stayed as it was.
+template <class Call>
+uint32_t CallTouchingNothing(const Call& call, bool withoutBuffers);
+
 /// Stops the run with a crash the fuzzer records, for a broken promise that
 /// no sanitizer would notice (a wrong code, a write on refusal).
 [[noreturn]] inline void Broken() { __builtin_trap(); }
+
+template <class Call>
+uint32_t CallTouchingNothing(const Call& call, bool withoutBuffers) {
+    Buffer src(16, 0x5A);
+    Buffer dst(16, 0xA5);
+    const uint32_t result = withoutBuffers ? call(nullptr, nullptr) : call(src.data(), dst.data());
+    if (!dst.AllEqual(0xA5)) Broken();
+    return result;
+}
 
 }  // namespace fuzz

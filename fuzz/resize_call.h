@@ -54,16 +54,10 @@ inline void FuzzResize(const uint8_t* data, size_t size, bool withRegion) {
     const bool nothingToWrite = destination.width == 0 || destination.height == 0 || channels == 0;
     const Wide sourceBytes = ImageBytes(source.height, sourceRow, sourceRowBytes);
     const Wide destinationBytes = ImageBytes(destination.height, destinationRow, destinationRowBytes);
-    const bool unreachable = sourceBytes > kMax32 || destinationBytes > kMax32 || source.width > INT32_MAX ||
-                             source.height > INT32_MAX || destination.width > INT32_MAX ||
-                             destination.height > INT32_MAX;
+    const bool unreachable = Unreachable(source, sourceBytes, destination, destinationBytes);
     if (nothingToWrite || unreachable) {
-        // Nothing may be read or written: small buffers, or none at all.
-        Buffer src(16, 0x5A);
-        Buffer dst(16, 0xA5);
-        const LumoResult result = (flags & 1) ? call(nullptr, nullptr) : call(src.data(), dst.data());
+        const LumoResult result = CallTouchingNothing(call, flags & 1);
         if (!nothingToWrite && result != kLumoResultInvalidParameter) Broken();
-        if (!dst.AllEqual(0xA5)) Broken();
         return;
     }
 
