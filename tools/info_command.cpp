@@ -1,0 +1,28 @@
+#include <cstdio>
+
+#include "arguments.h"
+#include "commands.h"
+#include "lumomath/LumoMath.h"
+
+namespace lumotool {
+
+int RunInfo(const Args& args) {
+    const Arguments a = ParseArguments(args, {}, {});
+    if (a.help) {
+        std::fputs("usage: lumomath info\n\nPrints the library's version, the worker threads its pool would use,\n"
+                   "the processor's vector extensions and the FFT back end.\n",
+                   stdout);
+        return 0;
+    }
+    if (!a.positional.empty()) throw UsageError("info takes no arguments");
+    const auto yes = [](bool b) { return b ? "yes" : "no"; };
+    std::printf("LumoMath %s\n", LUMOMATH_VERSION);
+    std::printf("worker threads:   %u\n", LumoGetProcessorNum());
+    std::printf("processor:        SSE3 %s, SSSE3 %s, SSE4.1 %s, SSE4.2 %s, AVX %s, AVX2 %s\n", yes(LumoCanUseSSE3()),
+                yes(LumoCanUseSSSE3()), yes(LumoCanUseSSE4_1()), yes(LumoCanUseSSE4_2()), yes(LumoCanUseAVX()),
+                yes(LumoCanUseAVX2()));
+    std::printf("FFT back end:     %s\n", LUMOMATH_FFT_BACKEND);
+    return 0;
+}
+
+}  // namespace lumotool
