@@ -140,15 +140,14 @@ LUMO_API LumoResult LumoMathTerminate(void);
  *      compared with the whole source also for a region;
  *   7  bitsPerSample other than 8 or 16;
  *   7  super-sampling with more than 4 channels.
- * A destination without samples (width, height or channels 0) is then done:
- * the result is 0 and neither buffer is touched. Otherwise these give 7:
+ * A destination without samples (width, height or channels 0) then succeeds
+ * at once: the result is 0 and neither buffer is touched. Otherwise these give 7:
  *   - a null source or destination;
  *   - a source of zero width or height;
- *   - an image (source or destination) wider or higher than 2^31 - 1 pixels,
- *     whose row (width * channels * bytes per sample) or whose last byte
- *     (rowBytes * (height - 1) + row) lies beyond 2^32 - 1 bytes from its
- *     first sample, or whose rowBytes is shorter than its row when it has
- *     more than one row;
+ *   - an image (source or destination) wider or higher than 2^31 - 1 pixels;
+ *     whose row (width * channels * bytes per sample) or whose extent
+ *     (rowBytes * (height - 1) + row) exceeds 2^32 - 1 bytes; or whose
+ *     rowBytes is shorter than its row while it has more than one row;
  *   - for a region: a width or height of 0; for every method but nearest
  *     neighbour, a region that does not lie inside the source (nearest
  *     neighbour clamps each mapped pixel to the source, so its regions may
