@@ -140,8 +140,8 @@ LUMO_API LumoResult LumoMathTerminate(void);
  *      compared with the whole source also for a region;
  *   7  bitsPerSample other than 8 or 16;
  *   7  super-sampling with more than 4 channels.
- * A destination without samples (width, height or channels 0) then succeeds
- * at once: the result is 0 and neither buffer is touched. Otherwise these give 7:
+ * A destination of width or height 0 then succeeds at once: the result is 0
+ * and neither buffer is touched. Otherwise these give 7:
  *   - a null source or destination;
  *   - a source of zero width or height;
  *   - an image (source or destination) wider or higher than 2^31 - 1 pixels;
@@ -156,6 +156,8 @@ LUMO_API LumoResult LumoMathTerminate(void);
  *     2 (bilinear) or 4 (bicubic) times the destination width or height, or
  *     channels * destination width * input height * bytes per sample, the
  *     input being the source or the region, at 2^32 or more.
+ * A call that passes with 0 channels has no sample to move and succeeds at
+ * once with 0.
  * Working memory or a worker thread that cannot be had gives 3 before any
  * pixel is written. Any other failure inside the call (memory running out
  * while row tasks are queued) also gives 3, possibly after some rows were
@@ -198,13 +200,13 @@ LUMO_API LumoResult LumoMathResizeWithRegion(LumoScalingMethod method, uint32_t 
  *   96 no halving needed (the destination is not smaller than the region in
  *      both directions) and a depth neither 8 nor 16; when halving, every
  *      depth but 8 is read as 16-bit samples;
- *   0  channels 0: nothing is read or written;
  *   7  a null source or destination; a region not inside the source; a
  *      source or destination that fails the image rules of LumoMathResize,
  *      source samples counting max(2, ceil(bitsPerSample / 8)) bytes for
  *      depths other than 8 (the region's origin steps by the stated depth
  *      while halving reads 16-bit samples), destination samples 1 byte at
- *      depth 8 and 2 otherwise.
+ *      depth 8 and 2 otherwise;
+ *   0  channels 0: nothing is read or written.
  * Returns 0 otherwise; 4 when an intermediate image cannot be allocated.
  * Nothing is written when the result is not 0.
  */

@@ -33,17 +33,19 @@ Admission AdmitResize(const ResizeCall& call) {
     if (call.bitsPerSample != 8 && call.bitsPerSample != 16) return Admission::Refuse;
     if (averaging && call.channels > kMaxAveragedChannels) return Admission::Refuse;
 
-    const uint32_t bytesPerSample = call.bitsPerSample / 8;
-    const ImageExtent destination{call.destinationSize.width, call.destinationSize.height, call.channels,
-                                  bytesPerSample, call.destinationRowBytes};
-    // Nothing is read either then; the kernels' tables for an empty row or
-    // column would still be sized from the other extent, for no result.
-    if (IsEmpty(destination)) return Admission::NothingToWrite;
+    // No destination pixel: nothing is read or written, and the kernels'
+    // tables for an empty row or column would still be sized from the other
+    // extent, for no result.
+    if (call.destinationSize.width == 0 || call.destinationSize.height == 0) return Admission::NothingToWrite;
 
     if (call.source == nullptr || call.destination == nullptr) return Admission::Refuse;
+    if (call.sourceSize.width == 0 || call.sourceSize.height == 0) return Admission::Refuse;
+    const uint32_t bytesPerSample = call.bitsPerSample / 8;
     const ImageExtent source{call.sourceSize.width, call.sourceSize.height, call.channels, bytesPerSample,
                              call.sourceRowBytes};
-    if (IsEmpty(source) || !IsAddressable(source) || !IsAddressable(destination)) return Admission::Refuse;
+    const ImageExtent destination{call.destinationSize.width, call.destinationSize.height, call.channels,
+                                  bytesPerSample, call.destinationRowBytes};
+    if (!IsAddressable(source) || !IsAddressable(destination)) return Admission::Refuse;
 
     uint32_t inputHeight = call.sourceSize.height;
     if (call.region != nullptr) {
@@ -56,6 +58,8 @@ Admission AdmitResize(const ResizeCall& call) {
             return Admission::Refuse;
         inputHeight = region.height;
     }
+    // Pixels without samples: nothing to read or write, however large.
+    if (call.channels == 0) return Admission::NothingToWrite;
 
     if (call.method == kLumoScalingBiLinear && !WorkingMemoryFits(2, call, inputHeight, bytesPerSample))
         return Admission::Refuse;

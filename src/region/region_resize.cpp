@@ -84,8 +84,6 @@ extern "C" LUMO_API LumoResult ResizeWithRegion(LumoScalingMethod /*method*/, ui
 
     const bool halving = dw < W && dh < H;
     if (!halving && bitsPerSample != 8 && bitsPerSample != 16) return kLumoResultUnsupportedDepth;
-    // No channel: nothing to read or write, however large the extents.
-    if (channels == 0) return kLumoResultOK;
     // Everything read lies inside the region, which must lie inside the
     // source; both images must be reachable with 32-bit row offsets.
     const ImageExtent sourceImage{sourceSize.width, sourceSize.height, channels, SourceSampleBytes(bitsPerSample),
@@ -95,6 +93,8 @@ extern "C" LUMO_API LumoResult ResizeWithRegion(LumoScalingMethod /*method*/, ui
         !IsAddressable(sourceImage) || !IsAddressable(destinationImage)) {
         return kLumoResultInvalidParameter;
     }
+    // No channel: nothing to read or write, however large the extents.
+    if (channels == 0) return kLumoResultOK;
 
     // The region's origin, in the same unsigned 32-bit products the host has
     // always seen: a column offset in bits, then whole bytes.

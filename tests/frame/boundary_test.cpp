@@ -130,8 +130,10 @@ const Call kCalls[] = {
     {"empty destination, no buffers", kCubic, 3, 8, {8, 8}, kTight, kWholeImage, {0, 9}, kTight, true, true, 0},
     {"destination of height 0, huge width", kLinear, 1, 8, {8, 8}, kTight, kWholeImage, {0xFFFFFFFFu, 0}, kTight,
      true, true, 0},
-    {"no channels, no buffers", kLinear, 0, 16, {8, 8}, kTight, {0, 0, 9, 9}, {0x7FFFFFFFu, 0x7FFFFFFFu}, kTight,
-     true, true, 0},
+    {"no channels", kLinear, 0, 16, {8, 8}, kTight, {0, 0, 8, 8}, {0x7FFFFFFFu, 0x7FFFFFFFu}, kTight, false, false,
+     0},
+    {"no channels, no buffers", kCubic, 0, 8, {8, 8}, kTight, kWholeImage, {4, 4}, kTight, true, true, 7},
+    {"no channels, empty source", kCubic, 0, 8, {0, 8}, kTight, kWholeImage, {4, 4}, kTight, false, false, 7},
     // Earlier refusals keep their code.
     {"unknown method with null buffers", 6, 1, 8, {8, 8}, kTight, kWholeImage, {4, 4}, kTight, true, true, 7},
     {"depth 12 into nothing", kNearest, 1, 12, {8, 8}, kTight, kWholeImage, {0, 0}, kTight, true, true, 7},
@@ -195,7 +197,8 @@ const PathCall kPathCalls[] = {
     {"depth 32 with 32-bit rows", 1, 32, {16, 16}, 64, {8, 0, 8, 8}, {2, 2}, false, false, 0},
     // The depth is answered first when no halving is needed; no channel means no work.
     {"depth 12 without halving, no buffers", 1, 12, {16, 16}, 16, {0, 0, 4, 4}, {8, 8}, true, true, 96},
-    {"no channels, no buffers", 0, 8, {16, 16}, 0, {0, 0, 0x7FFFFFFF, 0x7FFFFFFF}, {1, 1}, true, true, 0},
+    {"no channels", 0, 8, {0x7FFFFFFF, 0x7FFFFFFF}, 0, {0, 0, 0x7FFFFFFF, 0x7FFFFFFF}, {1, 1}, false, false, 0},
+    {"no channels, no buffers", 0, 8, {16, 16}, 0, {0, 0, 16, 16}, {1, 1}, true, true, 7},
     {"inside, halving", 3, 16, {16, 16}, 96, {2, 2, 12, 12}, {3, 3}, false, false, 0},
 };
 
@@ -204,7 +207,7 @@ class RegionPathBoundary : public ::testing::TestWithParam<PathCall> {};
 TEST_P(RegionPathBoundary, AnswersAndWritesOnlyOnSuccess) {
     const PathCall& c = GetParam();
     const uint64_t sourceBytes = uint64_t{c.sourceRowBytes} * c.source.height;
-    std::vector<unsigned char> source(sourceBytes > kLargestRealBuffer ? 64 : sourceBytes, 0x22);
+    std::vector<unsigned char> source(sourceBytes > kLargestRealBuffer ? 64 : sourceBytes + 16, 0x22);
     const uint32_t destinationRowBytes = c.destination.width * c.channels * 2;
     std::vector<unsigned char> destination(size_t{destinationRowBytes} * c.destination.height + 16, kUntouched);
     EXPECT_EQ(ResizeWithRegion(kLumoScalingBiCubic, c.channels, c.bits, c.nullSource ? nullptr : source.data(),
