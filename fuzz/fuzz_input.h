@@ -71,6 +71,14 @@ private:
     size_t m_pos = 0;
 };
 
+/// A sample depth: mostly 8 or 16, sometimes another small one or any value.
+inline uint32_t Depth(Input& in) {
+    const uint8_t pick = in.Byte();
+    static constexpr uint32_t kDepths[] = {8, 16, 8, 16, 0, 12, 32};
+    if (pick < 240) return kDepths[pick % (sizeof(kDepths) / sizeof(kDepths[0]))];
+    return in.U32();
+}
+
 /// Bytes of an image of `height` rows, `rowBytes` apart, each `row` bytes long.
 inline Wide ImageBytes(uint32_t height, Wide row, uint32_t rowBytes) {
     if (height == 0 || row == 0) return 0;

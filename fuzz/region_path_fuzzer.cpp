@@ -10,9 +10,7 @@
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
     using namespace fuzz;
     Input in(data, size);
-    const uint8_t depthPick = in.Byte();
-    static constexpr uint32_t kDepths[] = {8, 16, 8, 16, 0, 12, 32};
-    const uint32_t bits = depthPick < 240 ? kDepths[depthPick % 7] : in.U32();
+    const uint32_t bits = Depth(in);
     const uint32_t channels = in.Byte() % 9;
     const tagLumoSize source{in.Extent(), in.Extent()};
     const tagLumoRect region{in.Coordinate(), in.Coordinate(), in.Extent(), in.Extent()};

@@ -8,6 +8,7 @@
 #pragma once
 
 #include <cstdint>
+#include <iterator>
 
 #include "fuzz_input.h"
 #include "lumomath/LumoMath.h"
@@ -18,13 +19,6 @@ inline LumoScalingMethod Method(Input& in) {
     const uint8_t pick = in.Byte();
     static constexpr LumoScalingMethod kMethods[] = {1, 2, 4, 8, 1, 2, 4, 8, 0, 3, 16};
     if (pick < 240) return kMethods[pick % std::size(kMethods)];
-    return in.U32();
-}
-
-inline uint32_t Depth(Input& in) {
-    const uint8_t pick = in.Byte();
-    static constexpr uint32_t kDepths[] = {8, 16, 8, 16, 0, 12, 32};
-    if (pick < 240) return kDepths[pick % std::size(kDepths)];
     return in.U32();
 }
 
