@@ -130,13 +130,46 @@ LUMO_API LumoResult LumoMathInitialize(void);
 /** Does nothing; returns kLumoResultOK. */
 LUMO_API LumoResult LumoMathTerminate(void);
 
+/*
+ * What the resize entry points accept.
+ *
+ * A call is checked before any pixel is read, in this order; the first
+ * refusal decides the result and nothing is written then:
+ *   7  method is not exactly one of the four;
+ *   7  super-sampling where neither direction shrinks, the destination being
+ *      compared with the whole source also for a region;
+ *   7  bitsPerSample other than 8 or 16;
+ *   7  super-sampling with more than 4 channels.
+ * A destination of width or height 0 then succeeds at once: the result is 0
+ * and neither buffer is touched. Otherwise these give 7:
+ *   - a null source or destination;
+ *   - a source of zero width or height;
+ *   - an image (source or destination) wider or higher than 2^31 - 1 pixels;
+ *     whose row (width * channels * bytes per sample) or whose extent
+ *     (rowBytes * (height - 1) + row) exceeds 2^32 - 1 bytes; or whose
+ *     rowBytes is shorter than its row while it has more than one row;
+ *   - for a region: a width or height of 0; for every method but nearest
+ *     neighbour, a region that does not lie inside the source (nearest
+ *     neighbour clamps each mapped pixel to the source, so its regions may
+ *     reach outside it or lie wholly outside);
+ *   - bilinear and bicubic, whose working memory would not fit 32-bit sizes:
+ *     2 (bilinear) or 4 (bicubic) times the destination width or height, or
+ *     channels * destination width * input height * bytes per sample, the
+ *     input being the source or the region, at 2^32 or more.
+ * A call that passes with 0 channels has no sample to move and succeeds at
+ * once with 0.
+ * Working memory or a worker thread that cannot be had gives 3 before any
+ * pixel is written. Any other failure inside the call (memory running out
+ * while row tasks are queued) also gives 3, possibly after some rows were
+ * written. Nothing is thrown, and the pool hold is released on every path.
+ */
+
 /**
  * Scales the whole source image to the whole destination with one method,
  * spreading rows over the shared worker pool (created for the call when no
  * other call holds it).
- * Returns 0; 7 for an unknown method, a depth other than 8 or 16, or
- * super-sampling where neither axis shrinks; 3 when working memory (or a
- * worker thread) cannot be had. Nothing is written when the result is not 0.
+ * Returns 0; 7 as listed above; 3 when working memory (or a worker thread)
+ * cannot be had.
  */
 LUMO_API LumoResult LumoMathResize(LumoScalingMethod method, uint32_t channels, uint32_t bitsPerSample,
                                    const void* source, tagLumoSize sourceSize, uint32_t sourceRowBytes,
@@ -146,8 +179,9 @@ LUMO_API LumoResult LumoMathResize(LumoScalingMethod method, uint32_t channels, 
 /**
  * Scales the rectangle `region` of the source to the whole destination.
  * Nearest neighbour clamps to the whole source; the other methods read only
- * inside the region. Result codes as LumoMathResize. Super-sampling compares
- * the destination with the whole source size when deciding that it reduces.
+ * inside the region, which must lie inside the source. Result codes and
+ * refusals as LumoMathResize (above). Super-sampling compares the destination
+ * with the whole source size when deciding that it reduces.
  */
 LUMO_API LumoResult LumoMathResizeWithRegion(LumoScalingMethod method, uint32_t channels,
                                              uint32_t bitsPerSample, const void* source,
@@ -160,10 +194,20 @@ LUMO_API LumoResult LumoMathResizeWithRegion(LumoScalingMethod method, uint32_t 
  * it still covers the destination, then copies (exact fit) or interpolates
  * bilinearly with one scale factor (destination width over current width) for
  * both axes. `method` is accepted and ignored.
- * Returns 0; 96 when no halving is needed and the depth is neither 8 nor 16
- * (depths other than 8 are read as 16-bit when halving); 4 when an
- * intermediate image cannot be allocated; 7 when the region or the
- * destination is empty or an extent or the channel count exceeds 2^31 - 1.
+ * Runs on the calling thread and never throws. Checked in this order:
+ *   7  region or destination of zero width or height, or a region or
+ *      destination extent or the channel count above 2^31 - 1;
+ *   96 no halving needed (the destination is not smaller than the region in
+ *      both directions) and a depth neither 8 nor 16; when halving, every
+ *      depth but 8 is read as 16-bit samples;
+ *   7  a null source or destination; a region not inside the source; a
+ *      source or destination that fails the image rules of LumoMathResize,
+ *      source samples counting max(2, ceil(bitsPerSample / 8)) bytes for
+ *      depths other than 8 (the region's origin steps by the stated depth
+ *      while halving reads 16-bit samples), destination samples 1 byte at
+ *      depth 8 and 2 otherwise;
+ *   0  channels 0: nothing is read or written.
+ * Returns 0 otherwise; 4 when an intermediate image cannot be allocated.
  * Nothing is written when the result is not 0.
  */
 LUMO_API LumoResult ResizeWithRegion(LumoScalingMethod method, uint32_t channels, uint32_t bitsPerSample,
@@ -177,10 +221,13 @@ LUMO_API LumoResult ResizeWithRegion(LumoScalingMethod method, uint32_t channels
  * p * width * height. Outputs may be the same arrays as the inputs.
  * The forward transform (OtfFromPsf) is unscaled with exponent sign -1; the
  * inverse (PsfFromOtf) is scaled by 1 / (width * height).
- * Returns 0; 3 when working memory or the transform plan cannot be had; 7
- * when count > 0 and width or height is not positive, width * height
- * exceeds 2^31 - 1 or an array is null. Nothing is written then.
- * count <= 0 writes nothing and returns 0.
+ * Returns 0; 7 when count > 0 and width or height is not positive, width *
+ * height exceeds 2^31 - 1, count * width * height exceeds 2^32 - 1 or an
+ * array is null; 3 when working memory or the transform plan cannot be had
+ * (also for sizes whose transform span the platform cannot plan). Nothing is
+ * written when the result is not 0, and nothing is thrown.
+ * count <= 0 writes nothing and returns 0 (or 3 when the working memory for
+ * the given size cannot be had).
  */
 
 /** PSF to OTF in single precision (inputs narrowed to float, results rounded to float). */

@@ -25,16 +25,16 @@ LumoResult CallForWidth(KernelResult kernelResult, uint32_t bitsPerSample, Kerne
     return kernelResult == KernelResult::Passed ? result : kLumoResultOK;
 }
 
+}  // namespace
+
 // Area averaging only reduces; one shrinking direction is enough, the other
 // may stay or even grow. An empty source gives not-a-number ratios, which
 // this test lets through.
-bool Reduces(tagLumoSize sourceSize, tagLumoSize destinationSize) {
+bool SuperSamplingReduces(tagLumoSize sourceSize, tagLumoSize destinationSize) {
     const double ratioX = static_cast<double>(destinationSize.width) / static_cast<double>(sourceSize.width);
     const double ratioY = static_cast<double>(destinationSize.height) / static_cast<double>(sourceSize.height);
     return !(ratioX >= 1.0 && ratioY >= 1.0);
 }
-
-}  // namespace
 
 LumoResult NearestNeighbor(uint32_t channels, uint32_t bitsPerSample, const unsigned char* source,
                            tagLumoSize sourceSize, uint32_t sourceRowBytes, unsigned char* destination,
@@ -85,7 +85,7 @@ LumoResult BiCubicWithRegion(uint32_t channels, uint32_t bitsPerSample, const un
 LumoResult SuperSampling(uint32_t channels, uint32_t bitsPerSample, const unsigned char* source,
                          tagLumoSize sourceSize, uint32_t sourceRowBytes, unsigned char* destination,
                          tagLumoSize destinationSize, uint32_t destinationRowBytes) {
-    if (!Reduces(sourceSize, destinationSize)) return kLumoResultInvalidParameter;
+    if (!SuperSamplingReduces(sourceSize, destinationSize)) return kLumoResultInvalidParameter;
     return CallForWidth(KernelResult::Ignored, bitsPerSample, SuperSampling8, SuperSampling16, channels, source,
                         sourceSize, sourceRowBytes, destination, destinationSize, destinationRowBytes);
 }
@@ -96,7 +96,7 @@ LumoResult SuperSamplingWithRegion(uint32_t channels, uint32_t bitsPerSample, co
                                    uint32_t destinationRowBytes) {
     // Against the whole source, not the region: a region smaller than the
     // destination still passes while the whole source is larger.
-    if (!Reduces(sourceSize, destinationSize)) return kLumoResultInvalidParameter;
+    if (!SuperSamplingReduces(sourceSize, destinationSize)) return kLumoResultInvalidParameter;
     return CallForWidth(KernelResult::Ignored, bitsPerSample, SuperSampling8WithRegion, SuperSampling16WithRegion,
                         channels, source, sourceSize, sourceRowBytes, region, destination, destinationSize,
                         destinationRowBytes);

@@ -30,4 +30,8 @@ LUMO_DECLARE_RESIZE_DISPATCHERS(SuperSampling)
 
 #undef LUMO_DECLARE_RESIZE_DISPATCHERS
 
+/// The super-sampling test: true when at least one direction shrinks. An empty
+/// source gives not-a-number ratios, which pass.
+bool SuperSamplingReduces(tagLumoSize sourceSize, tagLumoSize destinationSize);
+
 }  // namespace lumo

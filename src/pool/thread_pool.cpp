@@ -3,11 +3,30 @@
 #include "lumomath/LumoMath.h"
 
 #include <atomic>
+#include <system_error>
 
 namespace lumo {
 namespace {
 std::atomic<uint64_t> g_poolsConstructed{0};
+
+// Test seam: per calling thread, the number of worker starts still allowed
+// before one fails as the system would (-1: never fail). A pool is built on
+// the thread that asks for it, so the switch reaches exactly that thread's pools.
+thread_local int t_threadStartsLeft = -1;
+
+void StartWorker(std::vector<std::thread>& workers, CLUMThread* pool, void (CLUMThread::*loop)()) {
+    if (t_threadStartsLeft == 0)
+        throw std::system_error(std::make_error_code(std::errc::resource_unavailable_try_again),
+                                "thread constructor failed");
+    if (t_threadStartsLeft > 0) --t_threadStartsLeft;
+    workers.emplace_back(loop, pool);
+}
 }  // namespace
+
+namespace testing {
+void FailThreadStartsAfter(int successes) { t_threadStartsLeft = successes < 0 ? 0 : successes; }
+void ResetThreadStartFailures() { t_threadStartsLeft = -1; }
+}  // namespace testing
 
 uint64_t CLUMThread::constructedCount() { return g_poolsConstructed.load(); }
 
@@ -29,7 +48,7 @@ CLUMThread::~CLUMThread() { stop_and_join(); }
 void CLUMThread::start_thread(int count) {
     if (count < 1) return;
     m_workers.reserve(static_cast<size_t>(count));
-    for (int i = 0; i < count; ++i) m_workers.emplace_back([this] { worker_loop(); });
+    for (int i = 0; i < count; ++i) StartWorker(m_workers, this, &CLUMThread::worker_loop);
 }
 
 void CLUMThread::enqueue(std::function<void()> task) {

@@ -49,6 +49,14 @@ private:
     bool m_stop = false;
 };
 
+namespace testing {
+/// Lets the next `successes` worker threads that pools built on this thread
+/// start succeed and makes every later start fail with the system error a
+/// thread that cannot be created raises, until ResetThreadStartFailures().
+void FailThreadStartsAfter(int successes);
+void ResetThreadStartFailures();
+}  // namespace testing
+
 /// Hands out shared holds on one live instance of T and keeps only a weak
 /// reference itself, so the instance dies with its last holder.
 template <class T>

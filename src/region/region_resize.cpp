@@ -3,6 +3,7 @@
 #include <cstddef>
 #include <cstdint>
 
+#include "common/image_extent.h"
 #include "common/work_memory.h"
 #include "lumomath/LumoMath.h"
 
@@ -10,6 +11,15 @@ namespace lumo {
 namespace {
 
 constexpr uint32_t kMaxExtent = 0x7FFFFFFFu;  // the templates take signed 32-bit sizes
+
+// Bytes per source sample as far as the caller's buffer goes. Halving reads
+// every depth but 8 as 16-bit samples, while the region's origin steps
+// x * channels * bitsPerSample / 8 bytes in: rows must hold the larger of the two.
+uint32_t SourceSampleBytes(uint32_t bitsPerSample) {
+    if (bitsPerSample == 8) return 1;
+    const uint32_t stated = bitsPerSample / 8 + (bitsPerSample % 8 != 0 ? 1 : 0);
+    return stated > 2 ? stated : 2;
+}
 
 template <class T>
 LumoResult HalveThenFinish(int32_t channels, const unsigned char* start, int32_t width, int32_t height,
@@ -56,7 +66,7 @@ LumoResult HalveThenFinish(int32_t channels, const unsigned char* start, int32_t
 
 extern "C" LUMO_API LumoResult ResizeWithRegion(LumoScalingMethod /*method*/, uint32_t channels,
                                                 uint32_t bitsPerSample, const void* source,
-                                                tagLumoSize /*sourceSize*/, uint32_t sourceRowBytes,
+                                                tagLumoSize sourceSize, uint32_t sourceRowBytes,
                                                 tagLumoRect region, void* destination,
                                                 tagLumoSize destinationSize, uint32_t destinationRowBytes) {
     using namespace lumo;
@@ -72,6 +82,20 @@ extern "C" LUMO_API LumoResult ResizeWithRegion(LumoScalingMethod /*method*/, ui
         return kLumoResultInvalidParameter;
     }
 
+    const bool halving = dw < W && dh < H;
+    if (!halving && bitsPerSample != 8 && bitsPerSample != 16) return kLumoResultUnsupportedDepth;
+    // Everything read lies inside the region, which must lie inside the
+    // source; both images must be reachable with 32-bit row offsets.
+    const ImageExtent sourceImage{sourceSize.width, sourceSize.height, channels, SourceSampleBytes(bitsPerSample),
+                                  sourceRowBytes};
+    const ImageExtent destinationImage{dw, dh, channels, bitsPerSample == 8 ? 1u : 2u, destinationRowBytes};
+    if (source == nullptr || destination == nullptr || !LiesInside(region, sourceSize) ||
+        !IsAddressable(sourceImage) || !IsAddressable(destinationImage)) {
+        return kLumoResultInvalidParameter;
+    }
+    // No channel: nothing to read or write, however large the extents.
+    if (channels == 0) return kLumoResultOK;
+
     // The region's origin, in the same unsigned 32-bit products the host has
     // always seen: a column offset in bits, then whole bytes.
     const auto* startRow = static_cast<const unsigned char*>(source) +
@@ -85,16 +109,14 @@ extern "C" LUMO_API LumoResult ResizeWithRegion(LumoScalingMethod /*method*/, ui
     const auto outW = static_cast<int32_t>(dw);
     const auto outH = static_cast<int32_t>(dh);
 
-    if (!(dw < W && dh < H)) {
+    if (!halving) {
         // Enlarging, equal or mixed: one bilinear pass straight from the region.
         if (bitsPerSample == 16) {
             bilinear<uint16_t>(start, w, h, static_cast<int32_t>(sourceRowBytes), out, outW, outH,
                                static_cast<int32_t>(destinationRowBytes), ch);
-        } else if (bitsPerSample == 8) {
+        } else {
             bilinear<uint8_t>(start, w, h, static_cast<int32_t>(sourceRowBytes), out, outW, outH,
                               static_cast<int32_t>(destinationRowBytes), ch);
-        } else {
-            return kLumoResultUnsupportedDepth;
         }
         return kLumoResultOK;
     }

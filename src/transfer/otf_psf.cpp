@@ -32,7 +32,10 @@ int32_t Convert(const double* inReal, const double* inImag, double* outReal, dou
     if (width <= 0 || height <= 0 || planeElements64 > INT32_MAX) {
         return count > 0 ? static_cast<int32_t>(kLumoResultInvalidParameter) : 0;
     }
-    if (count > 0 && (inReal == nullptr || inImag == nullptr || outReal == nullptr || outImag == nullptr)) {
+    // Planes are found through a 32-bit running offset: every element of
+    // every plane must lie below 2^32.
+    if (count > 0 && (inReal == nullptr || inImag == nullptr || outReal == nullptr || outImag == nullptr ||
+                      static_cast<uint64_t>(planeElements64) * static_cast<uint32_t>(count) > UINT32_MAX)) {
         return static_cast<int32_t>(kLumoResultInvalidParameter);
     }
     const auto planeElements = static_cast<int32_t>(planeElements64);
@@ -87,6 +90,19 @@ int32_t Convert(const double* inReal, const double* inImag, double* outReal, dou
     return 0;
 }
 
+// The host calls through a C interface: the planner's lock is the one thing
+// here that can throw (a system error), and it is answered like a plan that
+// cannot be had.
+template <class Real>
+int32_t ConvertOrNoMemory(const double* inReal, const double* inImag, double* outReal, double* outImag,
+                          int32_t width, int32_t height, int32_t count, bool forward) noexcept {
+    try {
+        return Convert<Real>(inReal, inImag, outReal, outImag, width, height, count, forward);
+    } catch (...) {
+        return static_cast<int32_t>(kLumoResultNoMemory);
+    }
+}
+
 }  // namespace
 
 int32_t TransformExponent(int32_t n, bool singlePrecision) {
@@ -97,13 +113,13 @@ int32_t TransformExponent(int32_t n, bool singlePrecision) {
 }
 
 int32_t fft_common(const double* inReal, const double* inImag, double* outReal, double* outImag, int32_t width,
-                   int32_t height, int32_t count, bool forward) {
-    return Convert<float>(inReal, inImag, outReal, outImag, width, height, count, forward);
+                   int32_t height, int32_t count, bool forward) noexcept {
+    return ConvertOrNoMemory<float>(inReal, inImag, outReal, outImag, width, height, count, forward);
 }
 
 int32_t fft_commonD(const double* inReal, const double* inImag, double* outReal, double* outImag, int32_t width,
-                    int32_t height, int32_t count, bool forward) {
-    return Convert<double>(inReal, inImag, outReal, outImag, width, height, count, forward);
+                    int32_t height, int32_t count, bool forward) noexcept {
+    return ConvertOrNoMemory<double>(inReal, inImag, outReal, outImag, width, height, count, forward);
 }
 
 }  // namespace lumo

@@ -9,9 +9,9 @@
 namespace lumo {
 
 int32_t fft_common(const double* inReal, const double* inImag, double* outReal, double* outImag, int32_t width,
-                   int32_t height, int32_t count, bool forward);
+                   int32_t height, int32_t count, bool forward) noexcept;
 int32_t fft_commonD(const double* inReal, const double* inImag, double* outReal, double* outImag, int32_t width,
-                    int32_t height, int32_t count, bool forward);
+                    int32_t height, int32_t count, bool forward) noexcept;
 
 /// Column and row exponents of the transform span (2^ex columns, 2^ey rows)
 /// for a plane of the given size, by each worker's rule.

@@ -6,7 +6,6 @@
 #include <atomic>
 #include <chrono>
 #include <condition_variable>
-#include <filesystem>
 #include <map>
 #include <mutex>
 #include <set>
@@ -15,31 +14,15 @@
 #include <vector>
 
 #include "lumomath/LumoMath.h"
+#include "pool/process_threads.h"
 
 namespace {
 
 using lumo::CLUMThread;
 using lumo::parallel_for;
 
-int ThreadsOfProcess() {
-    int n = 0;
-    for (const auto& entry : std::filesystem::directory_iterator("/proc/self/task")) {
-        (void)entry;
-        ++n;
-    }
-    return n;
-}
-
-// Waits (bounded) until the process has `expected` threads; joined threads
-// can linger in /proc for a moment after join returns.
-int SettleThreadCount(int expected) {
-    int n = ThreadsOfProcess();
-    for (int i = 0; i < 200 && n != expected; ++i) {
-        std::this_thread::sleep_for(std::chrono::milliseconds(10));
-        n = ThreadsOfProcess();
-    }
-    return n;
-}
+using lumo::test::SettleThreadCount;
+using lumo::test::ThreadsOfProcess;
 
 class PoolTest : public ::testing::Test {
 protected:
