@@ -1,0 +1,88 @@
+// What the area-averaging rows of one call share: the footprint arithmetic
+// and the column tables built from it once per call.
+//
+// A footprint's weights depend only on its column and on its row, so the
+// column part (the source columns under each destination column, and the
+// fraction of each inside it) is worked out once, with the very expressions
+// the per-pixel form uses; each row then supplies its row fraction wy, and a
+// pixel's weight is the column fraction times wy, as the per-pixel form forms
+// it. Its "w = wy" for a column wholly inside is 1.0 * wy, the same double.
+#pragma once
+
+#include <cmath>
+#include <cstddef>
+#include <cstdint>
+
+#include "resize/sample_access.h"
+
+namespace lumo::supersampling {
+
+/// The most channels an averaged pixel may have: a pixel of up to 4 samples
+/// of up to 16 bits fits one 64-bit word.
+constexpr uint32_t kMaxChannels = 4;
+
+/// floor() or ceil() of a footprint edge, taken through a 32-bit integer.
+inline double WholeThroughInt32(double v) { return static_cast<double>(TruncateToInt32(v)); }
+
+/// The source row or column index at s: the last one past the edge. Footprints
+/// never start before the top or left edge, so there is no clamp there.
+inline uint32_t ClampToLast(double s, uint32_t last) {
+    return s > static_cast<double>(last) ? last : static_cast<uint32_t>(TruncateToInt32(s));
+}
+
+/// The part of source row (or column) s inside the footprint [f0, f1); the
+/// first test wins when the footprint lies within one pixel.
+inline double Coverage(double s, double f0, double f1) {
+    if (f0 > s) return (s - f0) + 1.0;
+    if (s > f1 - 1.0) return f1 - s;
+    return 1.0;
+}
+
+/// The footprint of destination coordinate i: [i / scale + offset, (i + 1) / scale + offset).
+struct Footprint {
+    double start, end;            // the edges
+    double firstPixel, endPixel;  // floor(start) and ceil(end), through 32 bits
+};
+
+inline Footprint FootprintOf(uint32_t i, double scale, double offset) {
+    Footprint f;
+    f.start = static_cast<double>(i) / scale + offset;
+    f.end = static_cast<double>(i + 1) / scale + offset;
+    f.firstPixel = WholeThroughInt32(std::floor(f.start));
+    f.endPixel = WholeThroughInt32(std::ceil(f.end));
+    return f;
+}
+
+/// One call's shared, read-only state.
+///
+/// Column tables are tap-major: entry k * stride + x is tap k of destination
+/// column x. Every column has `taps` entries; a column whose footprint covers
+/// fewer source columns is padded with a zero fraction, which is exact: the
+/// weight 0 * wy is 0, s * 0 + sum == sum for every finite s >= 0 and
+/// weight + 0 == weight, so a padded tap changes neither sum. Columns from
+/// `width` up to `stride` are padding too and are never stored.
+struct Plan {
+    uint32_t channels;
+    uint32_t bytesPerSample;
+    const unsigned char* source;  // the whole source, also for a region
+    uint32_t sourceRowBytes;
+    unsigned char* destination;
+    uint32_t destinationRowBytes;
+    uint32_t width;  // destination columns
+    size_t stride;   // table entries per tap: width rounded up to whole vectors
+    size_t taps;     // the most source columns under one footprint
+    const double* columnFractions;
+    const int64_t* columnOffsets;  // byte offset of the tap's pixel within a row
+    double scaleY, offsetY;
+    uint32_t lastRow;
+};
+
+/// Working memory of one band of rows: a weighted sum per channel and one
+/// sum of weights per destination column (all channels' weights are the same
+/// sum), and the finished samples of a row before they are interleaved.
+struct BandMemory {
+    double* sums;  // (channels + 1) planes of `stride` doubles, the weights last
+    int32_t* samples;  // channels planes of `stride`
+};
+
+}  // namespace lumo::supersampling

@@ -1,0 +1,67 @@
+// The fast area-averaging kernels against the plain ones, byte for byte.
+#include <vector>
+
+#include <gtest/gtest.h>
+
+#include "common/work_memory.h"
+#include "resize/differential.h"
+#include "resize/kernel_harness.h"
+#include "resize/kernels.h"
+
+namespace {
+
+using lumo::test::DifferentialCase;
+using lumo::test::DifferentialMethod;
+using lumo::test::KernelSet;
+using lumo::test::TestImage;
+
+const KernelSet kFast{lumo::SuperSampling8, lumo::SuperSampling16, lumo::SuperSampling8WithRegion,
+                      lumo::SuperSampling16WithRegion};
+const DifferentialMethod kSuperSampling{
+    "supersampling", kFast,
+    KernelSet{lumo::reference::SuperSampling8, lumo::reference::SuperSampling16,
+              lumo::reference::SuperSampling8WithRegion, lumo::reference::SuperSampling16WithRegion}};
+
+// Enlarging cases are drawn too: the kernels serve any factor (only the
+// dispatcher insists on one shrinking axis), and a growing axis is where a
+// single contribution's (s * w) / w falls just below s.
+TEST(SuperSamplingDifferential, RandomCases) {
+    lumo::test::ExpectFastMatchesReferenceOnRandomCases(kSuperSampling, 1500, 83);
+}
+
+// Photo-sized reductions to odd sizes: many full vectors per row, tails of
+// every length, footprints of 2 to 9 columns, the last source row read
+// pixel by pixel at the very end of a region's buffer.
+TEST(SuperSamplingDifferential, LargeImages) {
+    const std::vector<DifferentialCase> cases = {
+        {8, 3, {1000, 700}, {331, 229}, {17, 9, 900, 650}, 0, 0, 2, 1},
+        {16, 3, {1000, 700}, {643, 451}, {0, 0, 1000, 700}, 5, 3, 2, 2},
+        {8, 4, {997, 701}, {101, 77}, {996, 700, 1, 1}, 0, 1, 3, 3},
+        {16, 4, {1000, 700}, {127, 89}, {500, 350, 500, 350}, 2, 0, 2, 4},
+        {8, 1, {1001, 703}, {997, 351}, {1, 1, 999, 701}, 0, 0, 2, 5},
+        {16, 2, {999, 333}, {333, 998}, {3, 2, 900, 300}, 0, 7, 2, 6},  // one axis grows
+    };
+    for (const DifferentialCase& c : cases) lumo::test::ExpectFastMatchesReferenceOnEveryTarget(kSuperSampling, c);
+}
+
+// Each of the call's working blocks in turn cannot be had: nothing is
+// written (the dispatcher reports success regardless), and nothing leaks.
+TEST(SuperSamplingDifferential, MissingWorkingMemoryWritesNothing) {
+    const TestImage source = lumo::test::Patterned(23, 17, 3, 16, 2, 9);
+    for (int successes = 0; successes <= 4; ++successes) {
+        TestImage destination = TestImage::Make(7, 5, 3, 16, 1);
+        const std::vector<unsigned char> before = destination.bytes;
+        lumo::testing::FailWorkAllocationsAfter(successes);
+        lumo::test::Resize(kFast, source, destination);
+        const int asked = lumo::testing::WorkAllocationCount();
+        lumo::testing::ResetWorkAllocationFailures();
+        if (successes < 4) {
+            EXPECT_EQ(destination.bytes, before) << successes << " blocks obtained";
+        } else {
+            EXPECT_EQ(asked, 4);  // four blocks are all it needs
+            EXPECT_NE(destination.bytes, before);
+        }
+    }
+}
+
+}  // namespace
