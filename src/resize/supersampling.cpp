@@ -24,6 +24,7 @@
 #undef HWY_TARGET_INCLUDE
 #define HWY_TARGET_INCLUDE "resize/supersampling.cpp"
 #include <hwy/foreach_target.h>  // IWYU pragma: keep
+#include <hwy/cache_control.h>
 #include <hwy/highway.h>
 
 HWY_BEFORE_NAMESPACE();
@@ -34,6 +35,8 @@ namespace hn = hwy::HWY_NAMESPACE;
 using D = hn::ScalableTag<double>;
 using DU = hn::RebindToUnsigned<D>;
 using DI = hn::RebindToSigned<D>;
+
+constexpr size_t kPrefetchAhead = 1024;  // bytes
 
 // Each lane's pixel, read as exactly its own bytes: for the last source row,
 // where an 8-byte gather of the last pixel would leave the caller's buffer.
@@ -63,6 +66,10 @@ HWY_NOINLINE void AccumulateRow(const Plan& p, const unsigned char* row, double 
     const size_t stride = p.stride;
 
     for (size_t x = 0; x < stride; x += hn::Lanes(d)) {
+        // Gathers do not train the hardware prefetcher: fetch the row ahead
+        // of the columns being read, or every new cache line waits on memory.
+        hwy::Prefetch(row + p.columnOffsets[x] + kPrefetchAhead);
+        hwy::Prefetch(row + p.columnOffsets[x] + kPrefetchAhead + 64);
         hn::Vec<D> sum[N];
         for (uint32_t c = 0; c < N; ++c) sum[c] = hn::LoadU(d, sums + c * stride + x);
         auto weight = hn::LoadU(d, sums + N * stride + x);
