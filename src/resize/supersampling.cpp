@@ -32,7 +32,7 @@ namespace lumo::supersampling {
 namespace HWY_NAMESPACE {
 namespace hn = hwy::HWY_NAMESPACE;
 
-using D = hn::ScalableTag<double>;
+using D = hn::CappedTag<double, kBlock>;  // a block is whole vectors
 using DU = hn::RebindToUnsigned<D>;
 using DI = hn::RebindToSigned<D>;
 
@@ -48,10 +48,11 @@ HWY_INLINE hn::Vec<DU> ExactPixels(const unsigned char* row, const int64_t* offs
     return hn::LoadU(du, words);
 }
 
-// Adds one source row, with row fraction wy, to the sums of every
-// destination column. A pixel's samples arrive in one 64-bit word; sample c
-// is bits [c * width, (c + 1) * width). A sample becomes a double exactly by
-// placing it in the mantissa of 2^52 and subtracting 2^52.
+// Adds one source row, with row fraction wy, to the sums of every position.
+// A pixel's samples arrive in one 64-bit word; sample c is bits
+// [c * width, (c + 1) * width), and becomes a double exactly (it is below
+// 2^16): converted where the processor has an instruction for it, else placed
+// in the mantissa of 2^52 with 2^52 then subtracted.
 template <class T, uint32_t N, bool kExactReads>
 HWY_NOINLINE void AccumulateRow(const Plan& p, const unsigned char* row, double wy, double* HWY_RESTRICT sums) {
     const D d;
@@ -59,40 +60,52 @@ HWY_NOINLINE void AccumulateRow(const Plan& p, const unsigned char* row, double 
     const DI di;
     constexpr int kSampleBits = 8 * sizeof(T);
     const auto sampleMask = hn::Set(du, (uint64_t{1} << kSampleBits) - 1);
-    const auto twoTo52Bits = hn::Set(du, uint64_t{0x4330000000000000});
-    const auto twoTo52 = hn::Set(d, 4503599627370496.0);
     const auto rowFraction = hn::Set(d, wy);
     const auto* rowWords = reinterpret_cast<const int64_t*>(row);
     const size_t stride = p.stride;
+    const size_t blocks = stride / kBlock;
+#if HWY_TARGET != HWY_AVX3
+    const auto twoTo52Bits = hn::Set(du, uint64_t{0x4330000000000000});
+    const auto twoTo52 = hn::Set(d, 4503599627370496.0);
+#endif
 
-    for (size_t x = 0; x < stride; x += hn::Lanes(d)) {
-        // Gathers do not train the hardware prefetcher: fetch the row ahead
-        // of the columns being read, or every new cache line waits on memory.
-        hwy::Prefetch(row + p.columnOffsets[x] + kPrefetchAhead);
-        hwy::Prefetch(row + p.columnOffsets[x] + kPrefetchAhead + 64);
-        hn::Vec<D> sum[N];
-        for (uint32_t c = 0; c < N; ++c) sum[c] = hn::LoadU(d, sums + c * stride + x);
-        auto weight = hn::LoadU(d, sums + N * stride + x);
-        for (size_t k = 0; k < p.taps; ++k) {
-            const size_t at = k * stride + x;
-            const auto w = hn::Mul(hn::LoadU(d, p.columnFractions + at), rowFraction);
-            hn::Vec<DU> pixel;
-            if constexpr (kExactReads) {
-                pixel = ExactPixels<T, N>(row, p.columnOffsets + at);
-            } else {
-                pixel = hn::BitCast(du, hn::GatherOffset(di, rowWords, hn::LoadU(di, p.columnOffsets + at)));
+    for (size_t b = 0; b < blocks; ++b) {
+        const size_t taps = p.blockTaps[b];
+        const double* fractions = p.columnFractions + p.blockStart[b];
+        const int64_t* offsets = p.columnOffsets + p.blockStart[b];
+        for (size_t lane = 0; lane < kBlock; lane += hn::Lanes(d)) {
+            const size_t x = b * kBlock + lane;
+            // Gathers do not train the hardware prefetcher: fetch the row
+            // ahead of the columns being read, or every new cache line waits
+            // on memory.
+            hwy::Prefetch(row + offsets[lane] + kPrefetchAhead);
+            hwy::Prefetch(row + offsets[lane] + kPrefetchAhead + 64);
+            hn::Vec<D> sum[N];
+            for (uint32_t c = 0; c < N; ++c) sum[c] = hn::LoadU(d, sums + c * stride + x);
+            auto weight = hn::LoadU(d, sums + N * stride + x);
+            for (size_t k = 0; k < taps; ++k) {
+                const size_t at = k * kBlock + lane;
+                const auto w = hn::Mul(hn::LoadU(d, fractions + at), rowFraction);
+                hn::Vec<DU> pixel;
+                if constexpr (kExactReads) {
+                    pixel = ExactPixels<T, N>(row, offsets + at);
+                } else {
+                    pixel = hn::BitCast(du, hn::GatherOffset(di, rowWords, hn::LoadU(di, offsets + at)));
+                }
+                for (uint32_t c = 0; c < N; ++c) {
+                    const auto bits = hn::And(hn::ShiftRightSame(pixel, static_cast<int>(c) * kSampleBits), sampleMask);
+#if HWY_TARGET == HWY_AVX3
+                    const auto s = hn::ConvertTo(d, hn::BitCast(di, bits));
+#else
+                    const auto s = hn::Sub(hn::BitCast(d, hn::Or(bits, twoTo52Bits)), twoTo52);
+#endif
+                    sum[c] = hn::Add(hn::Mul(s, w), sum[c]);
+                }
+                weight = hn::Add(weight, w);
             }
-            for (uint32_t c = 0; c < N; ++c) {
-                const auto bits =
-                    hn::Or(hn::And(hn::ShiftRightSame(pixel, static_cast<int>(c) * kSampleBits), sampleMask),
-                           twoTo52Bits);
-                const auto s = hn::Sub(hn::BitCast(d, bits), twoTo52);
-                sum[c] = hn::Add(hn::Mul(s, w), sum[c]);
-            }
-            weight = hn::Add(weight, w);
+            for (uint32_t c = 0; c < N; ++c) hn::StoreU(sum[c], d, sums + c * stride + x);
+            hn::StoreU(weight, d, sums + N * stride + x);
         }
-        for (uint32_t c = 0; c < N; ++c) hn::StoreU(sum[c], d, sums + c * stride + x);
-        hn::StoreU(weight, d, sums + N * stride + x);
     }
 }
 
@@ -117,9 +130,11 @@ HWY_NOINLINE void FinishRow(const Plan& p, uint32_t y, const BandMemory& m) {
         }
     }
     unsigned char* destinationRow = RowAt(p.destination, y, p.destinationRowBytes);
-    for (uint32_t x = 0; x < p.width; ++x) {
+    for (size_t i = 0; i < stride; ++i) {
+        const uint32_t x = p.columnAt[i];
+        if (x >= p.width) continue;
         for (uint32_t c = 0; c < N; ++c) {
-            StoreSample<T>(destinationRow, x * N + c, static_cast<T>(m.samples[c * stride + x]));
+            StoreSample<T>(destinationRow, x * N + c, static_cast<T>(m.samples[c * stride + i]));
         }
     }
 }
@@ -174,10 +189,6 @@ HWY_EXPORT(SuperSampleRows);
 
 namespace {
 
-/// Entries per tap in the tables: every vector of the widest target reads
-/// whole vectors (64 bytes of doubles).
-constexpr size_t kStrideMultiple = 8;
-
 struct Request {
     uint32_t channels;
     uint32_t bytesPerSample;
@@ -203,40 +214,69 @@ LumoResult Run(const Request& r) {
     const double scaleX = static_cast<double>(width) / static_cast<double>(r.region.width);
     const double offsetX = static_cast<double>(r.region.x);
 
-    // Columns: how many source columns the widest footprint covers.
-    size_t taps = 0;
-    for (uint32_t x = 0; x < width; ++x) {
-        const Footprint f = FootprintOf(x, scaleX, offsetX);
-        if (f.endPixel > f.firstPixel) taps = std::max(taps, static_cast<size_t>(f.endPixel - f.firstPixel));
-    }
-    const size_t stride = (static_cast<size_t>(width) + kStrideMultiple - 1) / kStrideMultiple * kStrideMultiple;
-    const size_t entries = std::max<size_t>(taps, 1) * stride;
-
+    const size_t stride = (static_cast<size_t>(width) + kBlock - 1) / kBlock * kBlock;
+    const size_t blocks = stride / kBlock;
     const RowBands bands(static_cast<uint32_t>(rows));
     const size_t sumsPerBand = (r.channels + 1) * stride;
     const size_t samplesPerBand = r.channels * stride;
+
+    // Positions: each column's tap count, then the columns of each run in
+    // order of it (ties by column), then each block's count.
+    const WorkArray<uint32_t> indices = MakeWorkArray<uint32_t>(2 * stride + blocks);
+    const WorkArray<size_t> blockStart = MakeWorkArray<size_t>(blocks + 1);
+    if (!indices || !blockStart) return kLumoResultOK;  // nothing written
+    uint32_t* const columnAt = indices.get();
+    uint32_t* const tapsOf = columnAt + stride;
+    uint32_t* const blockTaps = tapsOf + stride;
+    for (uint32_t x = 0; x < width; ++x) {
+        const Footprint f = FootprintOf(x, scaleX, offsetX);
+        tapsOf[x] = f.endPixel > f.firstPixel ? static_cast<uint32_t>(f.endPixel - f.firstPixel) : 0;
+    }
+    for (size_t i = 0; i < stride; ++i) columnAt[i] = i < width ? static_cast<uint32_t>(i) : width;
+    for (size_t run = 0; run < width; run += kSortRun) {
+        std::sort(columnAt + run, columnAt + std::min<size_t>(run + kSortRun, width), [&](uint32_t a, uint32_t b) {
+            return tapsOf[a] != tapsOf[b] ? tapsOf[a] < tapsOf[b] : a < b;
+        });
+    }
+    for (size_t b = 0; b < blocks; ++b) {
+        uint32_t taps = 0;
+        for (size_t lane = 0; lane < kBlock; ++lane) {
+            const uint32_t x = columnAt[b * kBlock + lane];
+            if (x < width) taps = std::max(taps, tapsOf[x]);
+        }
+        blockTaps[b] = taps;
+        blockStart[b + 1] = blockStart[b] + taps * kBlock;
+    }
+
+    const size_t entries = std::max<size_t>(blockStart[blocks], 1);
     const WorkArray<double> fractions = MakeWorkArray<double>(entries);
     const WorkArray<int64_t> offsets = MakeWorkArray<int64_t>(entries);
     const WorkArray<double> sums = MakeWorkArray<double>(sumsPerBand * bands.count());
     const WorkArray<int32_t> samples = MakeWorkArray<int32_t>(samplesPerBand * bands.count());
     if (!fractions || !offsets || !sums || !samples) return kLumoResultOK;  // nothing written
 
-    // Padding taps and padding columns read a pixel that is there anyway,
+    // Padding taps and padding positions read a pixel that is there anyway,
     // the footprint's last one or the region's first, with fraction 0.
     const int64_t firstColumnOffset = static_cast<int64_t>(static_cast<uint32_t>(r.region.x) * r.channels) *
                                       r.bytesPerSample;
     std::fill(offsets.get(), offsets.get() + entries, firstColumnOffset);
-    for (uint32_t x = 0; x < width; ++x) {
+    for (size_t i = 0; i < stride; ++i) {
+        const uint32_t x = columnAt[i];
+        if (x >= width) continue;
+        const size_t block = i / kBlock;
+        const size_t lane = i % kBlock;
+        double* const columnFractions = fractions.get() + blockStart[block] + lane;
+        int64_t* const columnOffsets = offsets.get() + blockStart[block] + lane;
         const Footprint f = FootprintOf(x, scaleX, offsetX);
         size_t k = 0;
         int64_t offset = firstColumnOffset;
         for (double sx = f.firstPixel; sx < f.endPixel; sx += 1.0, ++k) {
             const uint32_t column = ClampToLast(sx, lastColumn);
             offset = static_cast<int64_t>(column * r.channels) * r.bytesPerSample;
-            fractions[k * stride + x] = Coverage(sx, f.start, f.end);
-            offsets[k * stride + x] = offset;
+            columnFractions[k * kBlock] = Coverage(sx, f.start, f.end);
+            columnOffsets[k * kBlock] = offset;
         }
-        for (; k < taps; ++k) offsets[k * stride + x] = offset;
+        for (; k < blockTaps[block]; ++k) columnOffsets[k * kBlock] = offset;
     }
 
     const Plan plan{r.channels,
@@ -247,7 +287,9 @@ LumoResult Run(const Request& r) {
                     r.destinationRowBytes,
                     width,
                     stride,
-                    taps,
+                    columnAt,
+                    blockTaps,
+                    blockStart.get(),
                     fractions.get(),
                     offsets.get(),
                     static_cast<double>(r.destinationSize.height) / static_cast<double>(r.region.height),

@@ -53,14 +53,24 @@ inline Footprint FootprintOf(uint32_t i, double scale, double offset) {
     return f;
 }
 
+/// Destination columns are worked in blocks of kBlock neighbours, a vector
+/// (or a few narrower ones) at a time. Every column of a block gets the block's
+/// tap count; a column whose footprint covers fewer source columns is padded
+/// with a zero fraction, which is exact: the weight 0 * wy is 0,
+/// s * 0 + sum == sum for every finite s >= 0 and weight + 0 == weight, so a
+/// padded tap changes neither sum.
+constexpr size_t kBlock = 8;
+/// Within each run of this many positions, columns are placed in order of
+/// their tap count, so that few blocks mix counts (and few taps are padding),
+/// while a block's columns stay near each other in the source row.
+constexpr size_t kSortRun = 256;
+
 /// One call's shared, read-only state.
 ///
-/// Column tables are tap-major: entry k * stride + x is tap k of destination
-/// column x. Every column has `taps` entries; a column whose footprint covers
-/// fewer source columns is padded with a zero fraction, which is exact: the
-/// weight 0 * wy is 0, s * 0 + sum == sum for every finite s >= 0 and
-/// weight + 0 == weight, so a padded tap changes neither sum. Columns from
-/// `width` up to `stride` are padding too and are never stored.
+/// Position i (0 <= i < stride) holds destination column columnAt[i]; the
+/// positions from `width` on hold no column (columnAt == width) and are never
+/// stored. Block b's tables start at entry blockStart[b]; tap k of the column
+/// at lane j of the block is entry blockStart[b] + k * kBlock + j.
 struct Plan {
     uint32_t channels;
     uint32_t bytesPerSample;
@@ -69,17 +79,19 @@ struct Plan {
     unsigned char* destination;
     uint32_t destinationRowBytes;
     uint32_t width;  // destination columns
-    size_t stride;   // table entries per tap: width rounded up to whole vectors
-    size_t taps;     // the most source columns under one footprint
+    size_t stride;   // positions: width rounded up to whole blocks
+    const uint32_t* columnAt;
+    const uint32_t* blockTaps;
+    const size_t* blockStart;
     const double* columnFractions;
     const int64_t* columnOffsets;  // byte offset of the tap's pixel within a row
     double scaleY, offsetY;
     uint32_t lastRow;
 };
 
-/// Working memory of one band of rows: a weighted sum per channel and one
-/// sum of weights per destination column (all channels' weights are the same
-/// sum), and the finished samples of a row before they are interleaved.
+/// Working memory of one band of rows, by position: a weighted sum per channel
+/// and one sum of weights (all channels' weights are the same sum), and the
+/// finished samples of a row before they are interleaved.
 struct BandMemory {
     double* sums;  // (channels + 1) planes of `stride` doubles, the weights last
     int32_t* samples;  // channels planes of `stride`
