@@ -95,7 +95,7 @@ LumoResult NearestResize(uint32_t channels, const unsigned char* source, tagLumo
     const size_t pixelBytes = static_cast<size_t>(channels) * sizeof(T);
     const size_t rowBytes = pixelBytes * width;
     const RowGather gather = GatherForPixelSize(pixelBytes);
-    const RowBands bands(rows);
+    const RowBands bands(rows, uint64_t{rows} * rowBytes);
     bands.Run([&](uint32_t, uint32_t firstRow, uint32_t endRow) {
         if (rowBytes == 0) return;
         uint32_t previousSourceRow = 0;

@@ -216,7 +216,10 @@ LumoResult Run(const Request& r) {
 
     const size_t stride = (static_cast<size_t>(width) + kBlock - 1) / kBlock * kBlock;
     const size_t blocks = stride / kBlock;
-    const RowBands bands(static_cast<uint32_t>(rows));
+    // Each source byte costs a few times a copied one: it is read by about
+    // two footprints and turned into doubles.
+    const uint64_t sourceBytes = uint64_t{r.region.width} * r.region.height * r.channels * r.bytesPerSample;
+    const RowBands bands(static_cast<uint32_t>(rows), 4 * sourceBytes);
     const size_t sumsPerBand = (r.channels + 1) * stride;
     const size_t samplesPerBand = r.channels * stride;
 
