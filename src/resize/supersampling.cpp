@@ -48,29 +48,52 @@ HWY_INLINE hn::Vec<DU> ExactPixels(const unsigned char* row, const int64_t* offs
     return hn::LoadU(du, words);
 }
 
+// Sample `index` of a 64-bit word of samples (bits [index * width,
+// (index + 1) * width)) as a double. The sample is below 2^16, so the
+// conversion is exact: done by an instruction where the processor has one,
+// else by placing the sample in the mantissa of 2^52 and subtracting 2^52.
+template <class T>
+HWY_INLINE hn::Vec<D> SampleOf(hn::Vec<DU> word, uint32_t index) {
+    const D d;
+    const DU du;
+    constexpr int kSampleBits = 8 * sizeof(T);
+    const auto bits = hn::And(hn::ShiftRightSame(word, static_cast<int>(index) * kSampleBits),
+                              hn::Set(du, (uint64_t{1} << kSampleBits) - 1));
+#if HWY_TARGET == HWY_AVX3
+    return hn::ConvertTo(d, hn::BitCast(hn::RebindToSigned<D>(), bits));
+#else
+    return hn::Sub(hn::BitCast(d, hn::Or(bits, hn::Set(du, uint64_t{0x4330000000000000}))),
+                   hn::Set(d, 4503599627370496.0));
+#endif
+}
+
+// One tap: every channel's sum[c] = s * w + sum[c], then the weight. The
+// tap's pixel is samples [first, first + N) of `word`.
+template <class T, uint32_t N>
+HWY_INLINE void AddTap(hn::Vec<DU> word, uint32_t first, hn::Vec<D> w, hn::Vec<D>* sum, hn::Vec<D>& weight) {
+    for (uint32_t c = 0; c < N; ++c) sum[c] = hn::Add(hn::Mul(SampleOf<T>(word, first + c), w), sum[c]);
+    weight = hn::Add(weight, w);
+}
+
 // Adds one source row, with row fraction wy, to the sums of every position.
-// A pixel's samples arrive in one 64-bit word; sample c is bits
-// [c * width, (c + 1) * width), and becomes a double exactly (it is below
-// 2^16): converted where the processor has an instruction for it, else placed
-// in the mantissa of 2^52 with 2^52 then subtracted.
+// A pixel's samples arrive in a 64-bit word read by a gather; where two
+// pixels fit one word and a block's taps come in neighbouring pairs
+// (Plan::blockPaired), one gather serves two taps, which are still added one
+// after the other.
 template <class T, uint32_t N, bool kExactReads>
 HWY_NOINLINE void AccumulateRow(const Plan& p, const unsigned char* row, double wy, double* HWY_RESTRICT sums) {
     const D d;
     const DU du;
     const DI di;
-    constexpr int kSampleBits = 8 * sizeof(T);
-    const auto sampleMask = hn::Set(du, (uint64_t{1} << kSampleBits) - 1);
+    constexpr bool kPairs = !kExactReads && 2 * N * sizeof(T) <= sizeof(uint64_t);
     const auto rowFraction = hn::Set(d, wy);
     const auto* rowWords = reinterpret_cast<const int64_t*>(row);
     const size_t stride = p.stride;
     const size_t blocks = stride / kBlock;
-#if HWY_TARGET != HWY_AVX3
-    const auto twoTo52Bits = hn::Set(du, uint64_t{0x4330000000000000});
-    const auto twoTo52 = hn::Set(d, 4503599627370496.0);
-#endif
 
     for (size_t b = 0; b < blocks; ++b) {
         const size_t taps = p.blockTaps[b];
+        const size_t pairedTaps = kPairs && p.blockPaired[b] ? taps / 2 * 2 : 0;
         const double* fractions = p.columnFractions + p.blockStart[b];
         const int64_t* offsets = p.columnOffsets + p.blockStart[b];
         for (size_t lane = 0; lane < kBlock; lane += hn::Lanes(d)) {
@@ -83,25 +106,22 @@ HWY_NOINLINE void AccumulateRow(const Plan& p, const unsigned char* row, double 
             hn::Vec<D> sum[N];
             for (uint32_t c = 0; c < N; ++c) sum[c] = hn::LoadU(d, sums + c * stride + x);
             auto weight = hn::LoadU(d, sums + N * stride + x);
-            for (size_t k = 0; k < taps; ++k) {
+            size_t k = 0;
+            for (; k < pairedTaps; k += 2) {
                 const size_t at = k * kBlock + lane;
-                const auto w = hn::Mul(hn::LoadU(d, fractions + at), rowFraction);
-                hn::Vec<DU> pixel;
+                const auto word = hn::BitCast(du, hn::GatherOffset(di, rowWords, hn::LoadU(di, offsets + at)));
+                AddTap<T, N>(word, 0, hn::Mul(hn::LoadU(d, fractions + at), rowFraction), sum, weight);
+                AddTap<T, N>(word, N, hn::Mul(hn::LoadU(d, fractions + at + kBlock), rowFraction), sum, weight);
+            }
+            for (; k < taps; ++k) {
+                const size_t at = k * kBlock + lane;
+                hn::Vec<DU> word;
                 if constexpr (kExactReads) {
-                    pixel = ExactPixels<T, N>(row, offsets + at);
+                    word = ExactPixels<T, N>(row, offsets + at);
                 } else {
-                    pixel = hn::BitCast(du, hn::GatherOffset(di, rowWords, hn::LoadU(di, offsets + at)));
+                    word = hn::BitCast(du, hn::GatherOffset(di, rowWords, hn::LoadU(di, offsets + at)));
                 }
-                for (uint32_t c = 0; c < N; ++c) {
-                    const auto bits = hn::And(hn::ShiftRightSame(pixel, static_cast<int>(c) * kSampleBits), sampleMask);
-#if HWY_TARGET == HWY_AVX3
-                    const auto s = hn::ConvertTo(d, hn::BitCast(di, bits));
-#else
-                    const auto s = hn::Sub(hn::BitCast(d, hn::Or(bits, twoTo52Bits)), twoTo52);
-#endif
-                    sum[c] = hn::Add(hn::Mul(s, w), sum[c]);
-                }
-                weight = hn::Add(weight, w);
+                AddTap<T, N>(word, 0, hn::Mul(hn::LoadU(d, fractions + at), rowFraction), sum, weight);
             }
             for (uint32_t c = 0; c < N; ++c) hn::StoreU(sum[c], d, sums + c * stride + x);
             hn::StoreU(weight, d, sums + N * stride + x);
@@ -225,12 +245,13 @@ LumoResult Run(const Request& r) {
 
     // Positions: each column's tap count, then the columns of each run in
     // order of it (ties by column), then each block's count.
-    const WorkArray<uint32_t> indices = MakeWorkArray<uint32_t>(2 * stride + blocks);
+    const WorkArray<uint32_t> indices = MakeWorkArray<uint32_t>(2 * stride + 2 * blocks);
     const WorkArray<size_t> blockStart = MakeWorkArray<size_t>(blocks + 1);
     if (!indices || !blockStart) return kLumoResultOK;  // nothing written
     uint32_t* const columnAt = indices.get();
     uint32_t* const tapsOf = columnAt + stride;
     uint32_t* const blockTaps = tapsOf + stride;
+    uint32_t* const blockPaired = blockTaps + blocks;
     for (uint32_t x = 0; x < width; ++x) {
         const Footprint f = FootprintOf(x, scaleX, offsetX);
         tapsOf[x] = f.endPixel > f.firstPixel ? static_cast<uint32_t>(f.endPixel - f.firstPixel) : 0;
@@ -281,6 +302,21 @@ LumoResult Run(const Request& r) {
         }
         for (; k < blockTaps[block]; ++k) columnOffsets[k * kBlock] = offset;
     }
+    // A block reads taps 2j and 2j + 1 with one word when every lane's tap
+    // 2j + 1 is the pixel right after its tap 2j, or is padding (fraction 0:
+    // any sample adds nothing). Clamped columns at the right edge repeat a
+    // pixel instead, so blocks there read each tap alone.
+    const int64_t pixelBytes = static_cast<int64_t>(r.channels) * r.bytesPerSample;
+    for (size_t b = 0; b < blocks; ++b) {
+        bool paired = true;
+        for (size_t k = 0; k + 1 < blockTaps[b]; k += 2) {
+            for (size_t lane = 0; lane < kBlock; ++lane) {
+                const size_t at = blockStart[b] + k * kBlock + lane;
+                paired = paired && (offsets[at + kBlock] == offsets[at] + pixelBytes || fractions[at + kBlock] == 0.0);
+            }
+        }
+        blockPaired[b] = paired ? 1 : 0;
+    }
 
     const Plan plan{r.channels,
                     r.bytesPerSample,
@@ -292,6 +328,7 @@ LumoResult Run(const Request& r) {
                     stride,
                     columnAt,
                     blockTaps,
+                    blockPaired,
                     blockStart.get(),
                     fractions.get(),
                     offsets.get(),

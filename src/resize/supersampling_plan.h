@@ -82,6 +82,7 @@ struct Plan {
     size_t stride;   // positions: width rounded up to whole blocks
     const uint32_t* columnAt;
     const uint32_t* blockTaps;
+    const uint32_t* blockPaired;  // 1: taps 2j and 2j + 1 are neighbouring pixels (or padding)
     const size_t* blockStart;
     const double* columnFractions;
     const int64_t* columnOffsets;  // byte offset of the tap's pixel within a row

@@ -16,6 +16,7 @@
 #include "pool/thread_pool.h"
 #include "resize/kernels.h"
 #include "resize/sample_access.h"
+#include "resize/supersampling_plan.h"
 
 namespace lumo::reference {
 namespace {
@@ -36,14 +37,8 @@ struct Footprints {
     uint32_t lastColumn, lastRow;  // the edge pixels repeated past the right and bottom
 };
 
-/// floor() or ceil() of a footprint edge, taken through a 32-bit integer.
-double WholeThroughInt32(double v) { return static_cast<double>(TruncateToInt32(v)); }
-
-/// The source row or column index at s: the last one past the edge. Footprints
-/// never start before the top or left edge, so there is no clamp there.
-uint32_t ClampToLast(double s, uint32_t last) {
-    return s > static_cast<double>(last) ? last : static_cast<uint32_t>(TruncateToInt32(s));
-}
+using supersampling::ClampToLast;
+using supersampling::WholeThroughInt32;
 
 template <class T>
 void SuperSampleRow(const Footprints& f, uint32_t y) {
