@@ -220,6 +220,90 @@ struct Request {
     uint32_t destinationRowBytes;
 };
 
+/// The destination columns' side of the footprints.
+struct Columns {
+    uint32_t width;
+    double scale, offset;  // destination over region width; the region's left edge
+    uint32_t first, last;  // the region's first and last column (repeated past the right edge)
+    uint32_t channels, bytesPerSample;
+
+    /// Byte offset of a source column's pixel within a row: its first sample
+    /// index is a 32-bit product, as the per-pixel form forms it.
+    int64_t OffsetOf(uint32_t column) const { return static_cast<int64_t>(column * channels) * bytesPerSample; }
+    int64_t PixelBytes() const { return int64_t{channels} * bytesPerSample; }
+};
+
+/// Each column's tap count; then the columns of each run placed in order of
+/// it (ties by column); then each block's count and where its tables start.
+void OrderColumns(const Columns& c, size_t stride, uint32_t* tapsOf, uint32_t* columnAt, uint32_t* blockTaps,
+                  size_t* blockStart) {
+    for (uint32_t x = 0; x < c.width; ++x) {
+        const Footprint f = FootprintOf(x, c.scale, c.offset);
+        tapsOf[x] = f.endPixel > f.firstPixel ? static_cast<uint32_t>(f.endPixel - f.firstPixel) : 0;
+    }
+    for (size_t i = 0; i < stride; ++i) columnAt[i] = i < c.width ? static_cast<uint32_t>(i) : c.width;
+    for (size_t run = 0; run < c.width; run += kSortRun) {
+        std::sort(columnAt + run, columnAt + std::min<size_t>(run + kSortRun, c.width), [&](uint32_t a, uint32_t b) {
+            return tapsOf[a] != tapsOf[b] ? tapsOf[a] < tapsOf[b] : a < b;
+        });
+    }
+    blockStart[0] = 0;
+    for (size_t b = 0; b < stride / kBlock; ++b) {
+        uint32_t taps = 0;
+        for (size_t lane = 0; lane < kBlock; ++lane) {
+            const uint32_t x = columnAt[b * kBlock + lane];
+            if (x < c.width) taps = std::max(taps, tapsOf[x]);
+        }
+        blockTaps[b] = taps;
+        blockStart[b + 1] = blockStart[b] + taps * kBlock;
+    }
+}
+
+/// Each tap's fraction and pixel, the footprint worked exactly as per pixel.
+/// Padding taps and padding positions read a pixel that is there anyway (the
+/// footprint's last one, or the region's first) with fraction 0; `fractions`
+/// arrives zero-filled.
+void FillColumnTables(const Columns& c, size_t stride, const uint32_t* columnAt, const uint32_t* blockTaps,
+                      const size_t* blockStart, double* fractions, int64_t* offsets) {
+    std::fill(offsets, offsets + blockStart[stride / kBlock], c.OffsetOf(c.first));
+    for (size_t i = 0; i < stride; ++i) {
+        const uint32_t x = columnAt[i];
+        if (x >= c.width) continue;
+        const size_t block = i / kBlock;
+        double* const columnFractions = fractions + blockStart[block] + i % kBlock;
+        int64_t* const columnOffsets = offsets + blockStart[block] + i % kBlock;
+        const Footprint f = FootprintOf(x, c.scale, c.offset);
+        size_t k = 0;
+        int64_t offset = c.OffsetOf(c.first);
+        for (double sx = f.firstPixel; sx < f.endPixel; sx += 1.0, ++k) {
+            const uint32_t column = ClampToLast(sx, c.last);
+            offset = c.OffsetOf(column);
+            columnFractions[k * kBlock] = Coverage(sx, f.start, f.end);
+            columnOffsets[k * kBlock] = offset;
+        }
+        for (; k < blockTaps[block]; ++k) columnOffsets[k * kBlock] = offset;
+    }
+}
+
+/// A block reads taps 2j and 2j + 1 with one word when every lane's tap
+/// 2j + 1 is the pixel right after its tap 2j, or is padding (fraction 0: any
+/// sample adds nothing). Clamped columns at the right edge repeat a pixel
+/// instead, so blocks there read each tap alone.
+void MarkPairedBlocks(const Columns& c, size_t blocks, const uint32_t* blockTaps, const size_t* blockStart,
+                      const double* fractions, const int64_t* offsets, uint32_t* blockPaired) {
+    for (size_t b = 0; b < blocks; ++b) {
+        bool paired = true;
+        for (size_t k = 0; k + 1 < blockTaps[b]; k += 2) {
+            for (size_t lane = 0; lane < kBlock; ++lane) {
+                const size_t at = blockStart[b] + k * kBlock + lane;
+                paired = paired &&
+                         (offsets[at + kBlock] == offsets[at] + c.PixelBytes() || fractions[at + kBlock] == 0.0);
+            }
+        }
+        blockPaired[b] = paired ? 1 : 0;
+    }
+}
+
 LumoResult Run(const Request& r) {
     // More channels than a pixel word holds: nothing is written.
     if (r.channels > kMaxChannels || r.channels == 0) return kLumoResultOK;
@@ -228,12 +312,13 @@ LumoResult Run(const Request& r) {
     const uint32_t width = r.destinationSize.width;
     if (width == 0) return kLumoResultOK;
 
-    const uint32_t right = static_cast<uint32_t>(r.region.x) + r.region.width;
-    const uint32_t bottom = static_cast<uint32_t>(r.region.y) + r.region.height;
-    const uint32_t lastColumn = right - 1;
-    const double scaleX = static_cast<double>(width) / static_cast<double>(r.region.width);
-    const double offsetX = static_cast<double>(r.region.x);
-
+    const Columns columns{width,
+                          static_cast<double>(width) / static_cast<double>(r.region.width),
+                          static_cast<double>(r.region.x),
+                          static_cast<uint32_t>(r.region.x),
+                          static_cast<uint32_t>(r.region.x) + r.region.width - 1,
+                          r.channels,
+                          r.bytesPerSample};
     const size_t stride = (static_cast<size_t>(width) + kBlock - 1) / kBlock * kBlock;
     const size_t blocks = stride / kBlock;
     // Each source byte costs a few times a copied one: it is read by about
@@ -243,8 +328,6 @@ LumoResult Run(const Request& r) {
     const size_t sumsPerBand = (r.channels + 1) * stride;
     const size_t samplesPerBand = r.channels * stride;
 
-    // Positions: each column's tap count, then the columns of each run in
-    // order of it (ties by column), then each block's count.
     const WorkArray<uint32_t> indices = MakeWorkArray<uint32_t>(2 * stride + 2 * blocks);
     const WorkArray<size_t> blockStart = MakeWorkArray<size_t>(blocks + 1);
     if (!indices || !blockStart) return kLumoResultOK;  // nothing written
@@ -252,25 +335,7 @@ LumoResult Run(const Request& r) {
     uint32_t* const tapsOf = columnAt + stride;
     uint32_t* const blockTaps = tapsOf + stride;
     uint32_t* const blockPaired = blockTaps + blocks;
-    for (uint32_t x = 0; x < width; ++x) {
-        const Footprint f = FootprintOf(x, scaleX, offsetX);
-        tapsOf[x] = f.endPixel > f.firstPixel ? static_cast<uint32_t>(f.endPixel - f.firstPixel) : 0;
-    }
-    for (size_t i = 0; i < stride; ++i) columnAt[i] = i < width ? static_cast<uint32_t>(i) : width;
-    for (size_t run = 0; run < width; run += kSortRun) {
-        std::sort(columnAt + run, columnAt + std::min<size_t>(run + kSortRun, width), [&](uint32_t a, uint32_t b) {
-            return tapsOf[a] != tapsOf[b] ? tapsOf[a] < tapsOf[b] : a < b;
-        });
-    }
-    for (size_t b = 0; b < blocks; ++b) {
-        uint32_t taps = 0;
-        for (size_t lane = 0; lane < kBlock; ++lane) {
-            const uint32_t x = columnAt[b * kBlock + lane];
-            if (x < width) taps = std::max(taps, tapsOf[x]);
-        }
-        blockTaps[b] = taps;
-        blockStart[b + 1] = blockStart[b] + taps * kBlock;
-    }
+    OrderColumns(columns, stride, tapsOf, columnAt, blockTaps, blockStart.get());
 
     const size_t entries = std::max<size_t>(blockStart[blocks], 1);
     const WorkArray<double> fractions = MakeWorkArray<double>(entries);
@@ -278,45 +343,8 @@ LumoResult Run(const Request& r) {
     const WorkArray<double> sums = MakeWorkArray<double>(sumsPerBand * bands.count());
     const WorkArray<int32_t> samples = MakeWorkArray<int32_t>(samplesPerBand * bands.count());
     if (!fractions || !offsets || !sums || !samples) return kLumoResultOK;  // nothing written
-
-    // Padding taps and padding positions read a pixel that is there anyway,
-    // the footprint's last one or the region's first, with fraction 0.
-    const int64_t firstColumnOffset = static_cast<int64_t>(static_cast<uint32_t>(r.region.x) * r.channels) *
-                                      r.bytesPerSample;
-    std::fill(offsets.get(), offsets.get() + entries, firstColumnOffset);
-    for (size_t i = 0; i < stride; ++i) {
-        const uint32_t x = columnAt[i];
-        if (x >= width) continue;
-        const size_t block = i / kBlock;
-        const size_t lane = i % kBlock;
-        double* const columnFractions = fractions.get() + blockStart[block] + lane;
-        int64_t* const columnOffsets = offsets.get() + blockStart[block] + lane;
-        const Footprint f = FootprintOf(x, scaleX, offsetX);
-        size_t k = 0;
-        int64_t offset = firstColumnOffset;
-        for (double sx = f.firstPixel; sx < f.endPixel; sx += 1.0, ++k) {
-            const uint32_t column = ClampToLast(sx, lastColumn);
-            offset = static_cast<int64_t>(column * r.channels) * r.bytesPerSample;
-            columnFractions[k * kBlock] = Coverage(sx, f.start, f.end);
-            columnOffsets[k * kBlock] = offset;
-        }
-        for (; k < blockTaps[block]; ++k) columnOffsets[k * kBlock] = offset;
-    }
-    // A block reads taps 2j and 2j + 1 with one word when every lane's tap
-    // 2j + 1 is the pixel right after its tap 2j, or is padding (fraction 0:
-    // any sample adds nothing). Clamped columns at the right edge repeat a
-    // pixel instead, so blocks there read each tap alone.
-    const int64_t pixelBytes = static_cast<int64_t>(r.channels) * r.bytesPerSample;
-    for (size_t b = 0; b < blocks; ++b) {
-        bool paired = true;
-        for (size_t k = 0; k + 1 < blockTaps[b]; k += 2) {
-            for (size_t lane = 0; lane < kBlock; ++lane) {
-                const size_t at = blockStart[b] + k * kBlock + lane;
-                paired = paired && (offsets[at + kBlock] == offsets[at] + pixelBytes || fractions[at + kBlock] == 0.0);
-            }
-        }
-        blockPaired[b] = paired ? 1 : 0;
-    }
+    FillColumnTables(columns, stride, columnAt, blockTaps, blockStart.get(), fractions.get(), offsets.get());
+    MarkPairedBlocks(columns, blocks, blockTaps, blockStart.get(), fractions.get(), offsets.get(), blockPaired);
 
     const Plan plan{r.channels,
                     r.bytesPerSample,
@@ -334,7 +362,7 @@ LumoResult Run(const Request& r) {
                     offsets.get(),
                     static_cast<double>(r.destinationSize.height) / static_cast<double>(r.region.height),
                     static_cast<double>(r.region.y),
-                    bottom - 1};
+                    static_cast<uint32_t>(r.region.y) + r.region.height - 1};
     const auto superSampleRows = HWY_DYNAMIC_DISPATCH(SuperSampleRows);
     bands.Run([&](uint32_t band, uint32_t firstRow, uint32_t endRow) {
         const BandMemory memory{sums.get() + band * sumsPerBand, samples.get() + band * samplesPerBand};
