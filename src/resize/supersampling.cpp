@@ -38,8 +38,8 @@ using DI = hn::RebindToSigned<D>;
 
 constexpr size_t kPrefetchAhead = 1024;  // bytes
 
-// Each lane's pixel, read as exactly its own bytes: for the last source row,
-// where an 8-byte gather of the last pixel would leave the caller's buffer.
+// Each lane's pixel, read as exactly its own bytes: for the rows where an
+// 8-byte gather of the last pixel could leave the caller's buffer.
 template <class T, uint32_t N>
 HWY_INLINE hn::Vec<DU> ExactPixels(const unsigned char* row, const int64_t* offsets) {
     const DU du;
@@ -168,7 +168,11 @@ void Rows(const Plan& p, uint32_t firstRow, uint32_t endRow, const BandMemory& m
             const double wy = Coverage(sy, f.start, f.end);
             const uint32_t sourceRow = ClampToLast(sy, p.lastRow);
             const unsigned char* row = RowAt(p.source, sourceRow, p.sourceRowBytes);
-            if (sourceRow == p.lastRow) {
+            // The caller's buffer may end right after the last pixel read: a
+            // row whose widest word would pass that point (the last row, and
+            // rows of only a few bytes above it) is read pixel by pixel.
+            if (reinterpret_cast<uintptr_t>(row) + p.lastOffset + sizeof(uint64_t) >
+                reinterpret_cast<uintptr_t>(p.readLimit)) {
                 AccumulateRow<T, N, true>(p, row, wy, m.sums);
             } else {
                 AccumulateRow<T, N, false>(p, row, wy, m.sums);
@@ -346,6 +350,7 @@ LumoResult Run(const Request& r) {
     FillColumnTables(columns, stride, columnAt, blockTaps, blockStart.get(), fractions.get(), offsets.get());
     MarkPairedBlocks(columns, blocks, blockTaps, blockStart.get(), fractions.get(), offsets.get(), blockPaired);
 
+    const uint32_t lastRow = static_cast<uint32_t>(r.region.y) + r.region.height - 1;
     const Plan plan{r.channels,
                     r.bytesPerSample,
                     r.source,
@@ -362,7 +367,9 @@ LumoResult Run(const Request& r) {
                     offsets.get(),
                     static_cast<double>(r.destinationSize.height) / static_cast<double>(r.region.height),
                     static_cast<double>(r.region.y),
-                    static_cast<uint32_t>(r.region.y) + r.region.height - 1};
+                    lastRow,
+                    columns.OffsetOf(columns.last),
+                    RowAt(r.source, lastRow, r.sourceRowBytes) + columns.OffsetOf(columns.last) + columns.PixelBytes()};
     const auto superSampleRows = HWY_DYNAMIC_DISPATCH(SuperSampleRows);
     bands.Run([&](uint32_t band, uint32_t firstRow, uint32_t endRow) {
         const BandMemory memory{sums.get() + band * sumsPerBand, samples.get() + band * samplesPerBand};

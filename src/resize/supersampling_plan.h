@@ -88,6 +88,8 @@ struct Plan {
     const int64_t* columnOffsets;  // byte offset of the tap's pixel within a row
     double scaleY, offsetY;
     uint32_t lastRow;
+    int64_t lastOffset;               // byte offset of the last column's pixel within a row
+    const unsigned char* readLimit;   // just past the last pixel read: the last row's last column
 };
 
 /// Working memory of one band of rows, by position: a weighted sum per channel
