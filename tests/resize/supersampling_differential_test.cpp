@@ -44,6 +44,20 @@ TEST(SuperSamplingDifferential, LargeImages) {
     for (const DifferentialCase& c : cases) lumo::test::ExpectFastMatchesReferenceOnEveryTarget(kSuperSampling, c);
 }
 
+// Sources whose rows are shorter than the 8-byte word a pixel is gathered
+// with, so that a word read in a row above the last can pass the end of the
+// buffer (ASan sees it; the region's buffer ends with its last sample).
+TEST(SuperSamplingDifferential, RowsShorterThanAWord) {
+    const std::vector<DifferentialCase> cases = {
+        {8, 1, {1, 9}, {1, 4}, {0, 0, 1, 9}, 0, 0, 1, 11},
+        {8, 2, {2, 7}, {1, 3}, {1, 0, 1, 7}, 0, 0, 2, 12},
+        {8, 3, {2, 6}, {1, 2}, {0, 1, 2, 5}, 1, 0, 1, 13},
+        {16, 1, {3, 8}, {2, 3}, {0, 0, 3, 8}, 0, 2, 2, 14},
+        {16, 3, {1, 5}, {1, 2}, {0, 0, 1, 5}, 0, 0, 1, 15},
+    };
+    for (const DifferentialCase& c : cases) lumo::test::ExpectFastMatchesReferenceOnEveryTarget(kSuperSampling, c);
+}
+
 // Each of the call's working blocks in turn cannot be had: nothing is
 // written (the dispatcher reports success regardless), and nothing leaks.
 TEST(SuperSamplingDifferential, MissingWorkingMemoryWritesNothing) {
