@@ -37,6 +37,7 @@ using DU = hn::RebindToUnsigned<D>;
 using DI = hn::RebindToSigned<D>;
 
 constexpr size_t kPrefetchAhead = 1024;  // bytes
+constexpr size_t kCacheLine = 64;
 
 // Each lane's pixel, read as exactly its own bytes: for the rows where an
 // 8-byte gather of the last pixel could leave the caller's buffer.
@@ -91,6 +92,8 @@ HWY_NOINLINE void AccumulateRow(const Plan& p, const unsigned char* row, double 
     const size_t stride = p.stride;
     const size_t blocks = stride / kBlock;
 
+    const auto rowAddress = reinterpret_cast<uintptr_t>(row);
+    uintptr_t prefetched = rowAddress + kPrefetchAhead;
     for (size_t b = 0; b < blocks; ++b) {
         const size_t taps = p.blockTaps[b];
         const size_t pairedTaps = kPairs && p.blockPaired[b] ? taps / 2 * 2 : 0;
@@ -98,11 +101,13 @@ HWY_NOINLINE void AccumulateRow(const Plan& p, const unsigned char* row, double 
         const int64_t* offsets = p.columnOffsets + p.blockStart[b];
         for (size_t lane = 0; lane < kBlock; lane += hn::Lanes(d)) {
             const size_t x = b * kBlock + lane;
-            // Gathers do not train the hardware prefetcher: fetch the row
-            // ahead of the columns being read, or every new cache line waits
-            // on memory.
-            hwy::Prefetch(row + offsets[lane] + kPrefetchAhead);
-            hwy::Prefetch(row + offsets[lane] + kPrefetchAhead + 64);
+            // Gathers do not train the hardware prefetcher: fetch every line
+            // of the row some way ahead of the columns being read, or each
+            // new cache line waits on memory.
+            for (const uintptr_t ahead = rowAddress + static_cast<uintptr_t>(offsets[lane]) + kPrefetchAhead;
+                 prefetched < ahead; prefetched += kCacheLine) {
+                hwy::Prefetch(reinterpret_cast<const unsigned char*>(prefetched));
+            }
             hn::Vec<D> sum[N];
             for (uint32_t c = 0; c < N; ++c) sum[c] = hn::LoadU(d, sums + c * stride + x);
             auto weight = hn::LoadU(d, sums + N * stride + x);
