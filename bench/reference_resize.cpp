@@ -36,6 +36,8 @@ Kernels Interpolating(LumoScalingMethod method) {
 
 }  // namespace
 
+bool PlainInterpolationKernelsLanded() { return kPlainInterpolationKernelsLanded; }
+
 LumoResult ReferenceResize(LumoScalingMethod method, uint32_t channels, uint32_t bitsPerSample,
                            const unsigned char* source, tagLumoSize sourceSize, uint32_t sourceRowBytes,
                            const tagLumoRect* region, unsigned char* destination, tagLumoSize destinationSize,

@@ -14,7 +14,7 @@ trap 'rm -f "$table"' EXIT
 ./build/release/bin/lumomath_bench "$@" >"$table"
 
 cpu=$(lscpu | sed -n 's/^Model name:[[:space:]]*//p' | head -n 1)
-flags=$(grep -o -w -E 'avx512f|avx2|sse4_2' /proc/cpuinfo | sort -u | tr '\n' ' ')
+flags=$(grep -o -w -E 'avx512f|avx2|sse4_2' /proc/cpuinfo | sort -u | paste -s -d ' ')
 {
   echo "# Resize benchmark"
   echo
