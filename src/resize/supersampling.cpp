@@ -154,13 +154,18 @@ HWY_NOINLINE void FinishRow(const Plan& p, uint32_t y, const BandMemory& m) {
             hn::StoreU(hn::DemoteTo(d32, q), d32, m.samples + c * stride + x);
         }
     }
-    unsigned char* destinationRow = RowAt(p.destination, y, p.destinationRowBytes);
+    // Byte stores may alias anything, so everything the loop reads is held
+    // in locals, and each pixel is assembled first and stored in one go.
+    unsigned char* const destinationRow = RowAt(p.destination, y, p.destinationRowBytes);
+    const int32_t* const samples = m.samples;
+    const uint32_t* const columnAt = p.columnAt;
+    const uint32_t width = p.width;
     for (size_t i = 0; i < stride; ++i) {
-        const uint32_t x = p.columnAt[i];
-        if (x >= p.width) continue;
-        for (uint32_t c = 0; c < N; ++c) {
-            StoreSample<T>(destinationRow, x * N + c, static_cast<T>(m.samples[c * stride + i]));
-        }
+        const uint32_t x = columnAt[i];
+        if (x >= width) continue;
+        T pixel[N];
+        for (uint32_t c = 0; c < N; ++c) pixel[c] = static_cast<T>(samples[c * stride + i]);
+        std::memcpy(destinationRow + static_cast<size_t>(x * N) * sizeof(T), pixel, sizeof pixel);
     }
 }
 
