@@ -1,58 +1,57 @@
 // Nearest-neighbour scaling: every destination pixel is a copy of the one
 // source pixel its coordinate maps to. Nothing is interpolated, so the 8- and
 // 16-bit kernels differ only in the width of the copied sample.
+//
+// The source column of each destination column is the same in every row, so
+// it is worked out once per call, with the same quotient as per pixel; a row
+// is then a gather of fixed-size pixels through that map, and a destination
+// row that maps to the same source row as the one above it is a copy of it.
+#include <cstddef>
 #include <cstdint>
+#include <cstring>
 
-#include "pool/thread_pool.h"
+#include "common/work_memory.h"
 #include "resize/kernels.h"
+#include "resize/nearest_mapping.h"
+#include "resize/row_bands.h"
 #include "resize/sample_access.h"
 
 namespace lumo {
 namespace {
 
-// Everything a row needs; it lives in the kernel's frame for the whole
-// parallel_for, and the rows only read it.
-struct NearestJob {
-    uint32_t channels;
-    const unsigned char* source;
-    tagLumoSize sourceSize;
-    uint32_t sourceRowBytes;
-    unsigned char* destination;
-    tagLumoSize destinationSize;
-    uint32_t destinationRowBytes;
-    int32_t originX;  // where the mapping starts: the region's origin, 0 for a whole image
-    int32_t originY;
-    double scaleX;  // destination over input size
-    double scaleY;
-};
-
-// The source column (or row) under output coordinate i. The coordinate is
-// divided by the factor, not multiplied by its inverse, and truncated with no
-// half-pixel offset: both decide which pixel wins where the quotient lands
-// near an integer. The clamp is against the whole source even for a region,
-// so a region hanging over an edge repeats that edge.
-uint32_t SourceCoordinate(uint32_t i, double scale, int32_t origin, uint32_t sourceLength) {
-    const int32_t s = TruncateToInt32(static_cast<double>(i) / scale + static_cast<double>(origin));
-    if (s < 0) return 0;
-    if (sourceLength <= static_cast<uint32_t>(s)) return sourceLength - 1;
-    return static_cast<uint32_t>(s);
-}
-
-template <class T>
-void NearestRow(const NearestJob& job, uint32_t y) {
-    const uint32_t sy = SourceCoordinate(y, job.scaleY, job.originY, job.sourceSize.height);
-    const unsigned char* sourceRow = RowAt(job.source, sy, job.sourceRowBytes);
-    unsigned char* destinationRow = RowAt(job.destination, y, job.destinationRowBytes);
-    for (uint32_t x = 0; x < job.destinationSize.width; ++x) {
-        const uint32_t sx = SourceCoordinate(x, job.scaleX, job.originX, job.sourceSize.width);
-        for (uint32_t c = 0; c < job.channels; ++c) {
-            StoreSample<T>(destinationRow, x * job.channels + c, LoadSample<T>(sourceRow, sx * job.channels + c));
-        }
+// A pixel of a constant size is copied with one or two moves instead of a
+// call into memcpy.
+template <size_t PixelBytes>
+void GatherRow(unsigned char* destination, const unsigned char* sourceRow, const size_t* columnOffsets,
+               uint32_t width) {
+    for (uint32_t x = 0; x < width; ++x) {
+        std::memcpy(destination + static_cast<size_t>(x) * PixelBytes, sourceRow + columnOffsets[x], PixelBytes);
     }
 }
 
-// A whole image is the region {0, 0, width, height}: adding a zero origin to
-// the quotient leaves it unchanged, so both variants share this body.
+void GatherRowAnySize(unsigned char* destination, const unsigned char* sourceRow, const size_t* columnOffsets,
+                      uint32_t width, size_t pixelBytes) {
+    for (uint32_t x = 0; x < width; ++x) {
+        std::memcpy(destination + x * pixelBytes, sourceRow + columnOffsets[x], pixelBytes);
+    }
+}
+
+using RowGather = void (*)(unsigned char*, const unsigned char*, const size_t*, uint32_t);
+
+RowGather GatherForPixelSize(size_t pixelBytes) {
+    switch (pixelBytes) {
+        case 1: return GatherRow<1>;
+        case 2: return GatherRow<2>;
+        case 3: return GatherRow<3>;
+        case 4: return GatherRow<4>;
+        case 5: return GatherRow<5>;
+        case 6: return GatherRow<6>;
+        case 7: return GatherRow<7>;
+        case 8: return GatherRow<8>;
+        default: return nullptr;
+    }
+}
+
 template <class T>
 LumoResult NearestResize(uint32_t channels, const unsigned char* source, tagLumoSize sourceSize,
                          uint32_t sourceRowBytes, tagLumoRect region, unsigned char* destination,
@@ -61,19 +60,48 @@ LumoResult NearestResize(uint32_t channels, const unsigned char* source, tagLumo
     // An empty source has no pixel to repeat (the clamp would wrap to 2^32 - 1).
     if (sourceSize.width == 0 || sourceSize.height == 0) return kLumoResultOK;
 
-    const NearestJob job{channels,
-                         source,
-                         sourceSize,
-                         sourceRowBytes,
-                         destination,
-                         destinationSize,
-                         destinationRowBytes,
-                         region.x,
-                         region.y,
-                         static_cast<double>(destinationSize.width) / static_cast<double>(region.width),
-                         static_cast<double>(destinationSize.height) / static_cast<double>(region.height)};
-    parallel_for<int32_t>(0, static_cast<int32_t>(destinationSize.height), 1,
-                          [&job](int32_t y) { NearestRow<T>(job, static_cast<uint32_t>(y)); });
+    const uint32_t width = destinationSize.width;
+    const uint32_t rows = destinationSize.height;
+    const double scaleX = static_cast<double>(width) / static_cast<double>(region.width);
+    const double scaleY = static_cast<double>(rows) / static_cast<double>(region.height);
+
+    // Byte offset of each destination column's source pixel within a row:
+    // sample index sx * channels in 32 bits, as a per-pixel copy forms it.
+    const WorkArray<size_t> columnOffsets = MakeWorkArray<size_t>(width);
+    if (!columnOffsets) {
+        // Without room for the map, the pixels are mapped one by one, which
+        // gives the same bytes (a whole image is the region that covers it).
+        constexpr auto mapPerPixel =
+            sizeof(T) == 1 ? reference::NearestNeighbor8WithRegion : reference::NearestNeighbor16WithRegion;
+        return mapPerPixel(channels, source, sourceSize, sourceRowBytes, region, destination, destinationSize,
+                           destinationRowBytes);
+    }
+    for (uint32_t x = 0; x < width; ++x) {
+        const uint32_t sx = SourceCoordinate(x, scaleX, region.x, sourceSize.width);
+        columnOffsets[x] = static_cast<size_t>(sx * channels) * sizeof(T);
+    }
+
+    const size_t pixelBytes = static_cast<size_t>(channels) * sizeof(T);
+    const size_t rowBytes = pixelBytes * width;
+    const RowGather gather = GatherForPixelSize(pixelBytes);
+    const RowBands bands(rows, uint64_t{rows} * rowBytes);
+    bands.Run([&](uint32_t, uint32_t firstRow, uint32_t endRow) {
+        if (rowBytes == 0) return;
+        uint32_t previousSourceRow = 0;
+        for (uint32_t y = firstRow; y < endRow; ++y) {
+            const uint32_t sy = SourceCoordinate(y, scaleY, region.y, sourceSize.height);
+            unsigned char* destinationRow = RowAt(destination, y, destinationRowBytes);
+            if (y > firstRow && sy == previousSourceRow) {
+                std::memcpy(destinationRow, RowAt(destination, y - 1, destinationRowBytes), rowBytes);
+            } else if (gather) {
+                gather(destinationRow, RowAt(source, sy, sourceRowBytes), columnOffsets.get(), width);
+            } else {
+                GatherRowAnySize(destinationRow, RowAt(source, sy, sourceRowBytes), columnOffsets.get(), width,
+                                 pixelBytes);
+            }
+            previousSourceRow = sy;
+        }
+    });
     return kLumoResultOK;
 }
 

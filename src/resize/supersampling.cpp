@@ -1,166 +1,425 @@
 // Area-averaging reduction: each destination pixel is the mean of the source
 // pixels under its footprint, each weighted by the part of it inside the
-// footprint. Weights are worked out per source pixel visited, so a call
-// allocates nothing. The mean divides by the weights actually accumulated:
-// where a footprint reaches past the last row or column, the edge pixel takes
-// the weight of the part outside.
-#include <cmath>
+// footprint. The mean divides by the weights actually accumulated: where a
+// footprint reaches past the last row or column, the edge pixel takes the
+// weight of the part outside.
+//
+// The column part of the weights is tabled once per call (supersampling_plan.h)
+// and a row of destination pixels is worked in vectors of neighbouring
+// pixels: lane x gathers the source pixel of its own tap k, so each pixel's
+// sums still take their terms one by one, source rows outer, columns inner,
+// sum = s * w + sum, exactly as the per-pixel form adds them. Only the
+// pixels run side by side, never a pixel's terms.
+#include <algorithm>
+#include <cstddef>
 #include <cstdint>
-#include <limits>
+#include <cstring>
 
-#include "pool/thread_pool.h"
+#include "common/work_memory.h"
 #include "resize/kernels.h"
+#include "resize/row_bands.h"
 #include "resize/sample_access.h"
+#include "resize/supersampling_plan.h"
 
-namespace lumo {
-namespace {
+#undef HWY_TARGET_INCLUDE
+#define HWY_TARGET_INCLUDE "resize/supersampling.cpp"
+#include <hwy/foreach_target.h>  // IWYU pragma: keep
+#include <hwy/cache_control.h>
+#include <hwy/highway.h>
 
-/// Accumulators per destination pixel: the most channels an averaged pixel may have.
-constexpr uint32_t kMaxChannels = 4;
+HWY_BEFORE_NAMESPACE();
+namespace lumo::supersampling {
+namespace HWY_NAMESPACE {
+namespace hn = hwy::HWY_NAMESPACE;
 
-/// What every row of one call shares, read-only.
-struct Footprints {
-    uint32_t channels;
-    const unsigned char* source;  // the whole source, also for a region
-    uint32_t sourceRowBytes;
-    unsigned char* destination;
-    tagLumoSize destinationSize;
-    uint32_t destinationRowBytes;
-    double scaleX, scaleY;    // destination over source (or over the region)
-    double offsetX, offsetY;  // where the first footprint starts: the region's origin
-    uint32_t lastColumn, lastRow;  // the edge pixels repeated past the right and bottom
-};
+using D = hn::CappedTag<double, kBlock>;  // a block is whole vectors
+using DU = hn::RebindToUnsigned<D>;
+using DI = hn::RebindToSigned<D>;
 
-/// floor() or ceil() of a footprint edge, taken through a 32-bit integer.
-double WholeThroughInt32(double v) { return static_cast<double>(TruncateToInt32(v)); }
+constexpr size_t kPrefetchAhead = 1024;  // bytes
+constexpr size_t kCacheLine = 64;
 
-/// The source row or column index at s: the last one past the edge. Footprints
-/// never start before the top or left edge, so there is no clamp there.
-uint32_t ClampToLast(double s, uint32_t last) {
-    return s > static_cast<double>(last) ? last : static_cast<uint32_t>(TruncateToInt32(s));
+// Each lane's pixel, read as exactly its own bytes: for the rows where an
+// 8-byte gather of the last pixel could leave the caller's buffer.
+template <class T, uint32_t N>
+HWY_INLINE hn::Vec<DU> ExactPixels(const unsigned char* row, const int64_t* offsets) {
+    const DU du;
+    uint64_t words[HWY_MAX_BYTES / sizeof(uint64_t)] = {};
+    for (size_t i = 0; i < hn::Lanes(du); ++i) std::memcpy(&words[i], row + offsets[i], N * sizeof(T));
+    return hn::LoadU(du, words);
 }
 
+// Sample `index` of a 64-bit word of samples (bits [index * width,
+// (index + 1) * width)) as a double. The sample is below 2^16, so the
+// conversion is exact: done by an instruction where the processor has one,
+// else by placing the sample in the mantissa of 2^52 and subtracting 2^52.
 template <class T>
-void SuperSampleRow(const Footprints& f, uint32_t y) {
-    const uint32_t width = f.destinationSize.width;
-    const uint32_t n = f.channels;
-    if (width == 0) return;
-    unsigned char* destinationRow = RowAt(f.destination, y, f.destinationRowBytes);
+HWY_INLINE hn::Vec<D> SampleOf(hn::Vec<DU> word, uint32_t index) {
+    const D d;
+    const DU du;
+    constexpr int kSampleBits = 8 * sizeof(T);
+    const auto bits = hn::And(hn::ShiftRightSame(word, static_cast<int>(index) * kSampleBits),
+                              hn::Set(du, (uint64_t{1} << kSampleBits) - 1));
+#if HWY_TARGET == HWY_AVX3
+    return hn::ConvertTo(d, hn::BitCast(hn::RebindToSigned<D>(), bits));
+#else
+    return hn::Sub(hn::BitCast(d, hn::Or(bits, hn::Set(du, uint64_t{0x4330000000000000}))),
+                   hn::Set(d, 4503599627370496.0));
+#endif
+}
 
-    const double y0 = static_cast<double>(y) / f.scaleY + f.offsetY;
-    const double y1 = static_cast<double>(y + 1) / f.scaleY + f.offsetY;
-    const double rowStart = WholeThroughInt32(std::floor(y0));
-    const double rowEnd = WholeThroughInt32(std::ceil(y1));
+// One tap: every channel's sum[c] = s * w + sum[c], then the weight. The
+// tap's pixel is samples [first, first + N) of `word`.
+template <class T, uint32_t N>
+HWY_INLINE void AddTap(hn::Vec<DU> word, uint32_t first, hn::Vec<D> w, hn::Vec<D>* sum, hn::Vec<D>& weight) {
+    for (uint32_t c = 0; c < N; ++c) sum[c] = hn::Add(hn::Mul(SampleOf<T>(word, first + c), w), sum[c]);
+    weight = hn::Add(weight, w);
+}
 
-    for (uint32_t x = 0; x < width; ++x) {
-        double sum[kMaxChannels] = {};
-        double weight[kMaxChannels] = {};
-        if (rowEnd > rowStart) {
-            const double x0 = static_cast<double>(x) / f.scaleX + f.offsetX;
-            const double x1 = static_cast<double>(x + 1) / f.scaleX + f.offsetX;
-            const double columnStart = WholeThroughInt32(std::floor(x0));
-            const double columnEnd = WholeThroughInt32(std::ceil(x1));
-            for (double sy = rowStart; sy < rowEnd; sy += 1.0) {
-                // The part of row sy inside the footprint; the first test wins
-                // when the footprint lies within one row.
-                double wy;
-                if (y0 > sy) {
-                    wy = (sy - y0) + 1.0;
-                } else if (sy > y1 - 1.0) {
-                    wy = y1 - sy;
-                } else {
-                    wy = 1.0;
-                }
-                const unsigned char* sourceRow = RowAt(f.source, ClampToLast(sy, f.lastRow), f.sourceRowBytes);
-                for (double sx = columnStart; sx < columnEnd; sx += 1.0) {
-                    double w;
-                    if (x0 > sx) {
-                        w = ((sx - x0) + 1.0) * wy;
-                    } else if (sx > x1 - 1.0) {
-                        w = (x1 - sx) * wy;
-                    } else {
-                        w = wy;
-                    }
-                    const uint32_t column = ClampToLast(sx, f.lastColumn);
-                    for (uint32_t c = 0; c < n; ++c) {
-                        sum[c] = static_cast<double>(LoadSample<T>(sourceRow, column * n + c)) * w + sum[c];
-                        weight[c] = weight[c] + w;
-                    }
-                }
+// Adds one source row, with row fraction wy, to the sums of every position.
+// A pixel's samples arrive in a 64-bit word read by a gather; where two
+// pixels fit one word and a block's taps come in neighbouring pairs
+// (Plan::blockPaired), one gather serves two taps, which are still added one
+// after the other.
+template <class T, uint32_t N, bool kExactReads>
+HWY_NOINLINE void AccumulateRow(const Plan& p, const unsigned char* row, double wy, double* HWY_RESTRICT sums) {
+    const D d;
+    const DU du;
+    const DI di;
+    constexpr bool kPairs = !kExactReads && 2 * N * sizeof(T) <= sizeof(uint64_t);
+    const auto rowFraction = hn::Set(d, wy);
+    const auto* rowWords = reinterpret_cast<const int64_t*>(row);
+    const size_t stride = p.stride;
+    const size_t blocks = stride / kBlock;
+
+    const auto rowAddress = reinterpret_cast<uintptr_t>(row);
+    uintptr_t prefetched = rowAddress + kPrefetchAhead;
+    for (size_t b = 0; b < blocks; ++b) {
+        const size_t taps = p.blockTaps[b];
+        const size_t pairedTaps = kPairs && p.blockPaired[b] ? taps / 2 * 2 : 0;
+        const double* fractions = p.columnFractions + p.blockStart[b];
+        const int64_t* offsets = p.columnOffsets + p.blockStart[b];
+        for (size_t lane = 0; lane < kBlock; lane += hn::Lanes(d)) {
+            const size_t x = b * kBlock + lane;
+            // Gathers do not train the hardware prefetcher: fetch every line
+            // of the row some way ahead of the columns being read, or each
+            // new cache line waits on memory.
+            for (const uintptr_t ahead = rowAddress + static_cast<uintptr_t>(offsets[lane]) + kPrefetchAhead;
+                 prefetched < ahead; prefetched += kCacheLine) {
+                hwy::Prefetch(reinterpret_cast<const unsigned char*>(prefetched));
             }
-        }
-        // Truncated, not rounded; a pixel that no source pixel reached is 0/0
-        // and becomes 0.
-        for (uint32_t c = 0; c < n; ++c) {
-            int32_t v = TruncateToInt32(sum[c] / weight[c]);
-            if (v <= 0) v = 0;
-            if (v >= std::numeric_limits<T>::max()) v = std::numeric_limits<T>::max();
-            StoreSample<T>(destinationRow, x * n + c, static_cast<T>(v));
+            hn::Vec<D> sum[N];
+            for (uint32_t c = 0; c < N; ++c) sum[c] = hn::LoadU(d, sums + c * stride + x);
+            auto weight = hn::LoadU(d, sums + N * stride + x);
+            size_t k = 0;
+            for (; k < pairedTaps; k += 2) {
+                const size_t at = k * kBlock + lane;
+                const auto word = hn::BitCast(du, hn::GatherOffset(di, rowWords, hn::LoadU(di, offsets + at)));
+                AddTap<T, N>(word, 0, hn::Mul(hn::LoadU(d, fractions + at), rowFraction), sum, weight);
+                AddTap<T, N>(word, N, hn::Mul(hn::LoadU(d, fractions + at + kBlock), rowFraction), sum, weight);
+            }
+            for (; k < taps; ++k) {
+                const size_t at = k * kBlock + lane;
+                hn::Vec<DU> word;
+                if constexpr (kExactReads) {
+                    word = ExactPixels<T, N>(row, offsets + at);
+                } else {
+                    word = hn::BitCast(du, hn::GatherOffset(di, rowWords, hn::LoadU(di, offsets + at)));
+                }
+                AddTap<T, N>(word, 0, hn::Mul(hn::LoadU(d, fractions + at), rowFraction), sum, weight);
+            }
+            for (uint32_t c = 0; c < N; ++c) hn::StoreU(sum[c], d, sums + c * stride + x);
+            hn::StoreU(weight, d, sums + N * stride + x);
         }
     }
 }
 
+// Divides the sums by the weights and stores destination row y. A quotient
+// that is not a number (nothing reached the pixel) or not above 0 gives 0,
+// one at or above the top gives the top, anything between its truncation:
+// the same as truncating first and clamping the integer after.
+template <class T, uint32_t N>
+HWY_NOINLINE void FinishRow(const Plan& p, uint32_t y, const BandMemory& m) {
+    const D d;
+    const hn::Rebind<int32_t, D> d32;
+    const auto zero = hn::Zero(d);
+    const auto top = hn::Set(d, kSampleMax<T>);
+    const size_t stride = p.stride;
+    const double* weights = m.sums + N * stride;
+    for (size_t x = 0; x < stride; x += hn::Lanes(d)) {
+        const auto weight = hn::LoadU(d, weights + x);
+        for (uint32_t c = 0; c < N; ++c) {
+            auto q = hn::Div(hn::LoadU(d, m.sums + c * stride + x), weight);
+            q = hn::Min(hn::IfThenElseZero(hn::Gt(q, zero), q), top);
+            hn::StoreU(hn::DemoteTo(d32, q), d32, m.samples + c * stride + x);
+        }
+    }
+    // Byte stores may alias anything, so everything the loop reads is held
+    // in locals, and each pixel is assembled first and stored in one go.
+    unsigned char* const destinationRow = RowAt(p.destination, y, p.destinationRowBytes);
+    const int32_t* const samples = m.samples;
+    const uint32_t* const columnAt = p.columnAt;
+    const uint32_t width = p.width;
+    for (size_t i = 0; i < stride; ++i) {
+        const uint32_t x = columnAt[i];
+        if (x >= width) continue;
+        T pixel[N];
+        for (uint32_t c = 0; c < N; ++c) pixel[c] = static_cast<T>(samples[c * stride + i]);
+        std::memcpy(destinationRow + static_cast<size_t>(x * N) * sizeof(T), pixel, sizeof pixel);
+    }
+}
+
+template <class T, uint32_t N>
+void Rows(const Plan& p, uint32_t firstRow, uint32_t endRow, const BandMemory& m) {
+    for (uint32_t y = firstRow; y < endRow; ++y) {
+        std::fill(m.sums, m.sums + (N + 1) * p.stride, 0.0);
+        const Footprint f = FootprintOf(y, p.scaleY, p.offsetY);
+        for (double sy = f.firstPixel; sy < f.endPixel; sy += 1.0) {
+            const double wy = Coverage(sy, f.start, f.end);
+            const uint32_t sourceRow = ClampToLast(sy, p.lastRow);
+            const unsigned char* row = RowAt(p.source, sourceRow, p.sourceRowBytes);
+            // The caller's buffer may end right after the last pixel read: a
+            // row whose widest word would pass that point (the last row, and
+            // rows of only a few bytes above it) is read pixel by pixel.
+            if (reinterpret_cast<uintptr_t>(row) + p.lastOffset + sizeof(uint64_t) >
+                reinterpret_cast<uintptr_t>(p.readLimit)) {
+                AccumulateRow<T, N, true>(p, row, wy, m.sums);
+            } else {
+                AccumulateRow<T, N, false>(p, row, wy, m.sums);
+            }
+        }
+        FinishRow<T, N>(p, y, m);
+    }
+}
+
 template <class T>
-LumoResult SuperSample(const Footprints& f) {
-    // More channels than accumulators would overrun them: nothing is written.
-    if (f.channels > kMaxChannels) return kLumoResultOK;
-    const auto rows = static_cast<int32_t>(f.destinationSize.height);
+void RowsOfWidth(const Plan& p, uint32_t firstRow, uint32_t endRow, const BandMemory& m) {
+    switch (p.channels) {
+        case 1: return Rows<T, 1>(p, firstRow, endRow, m);
+        case 2: return Rows<T, 2>(p, firstRow, endRow, m);
+        case 3: return Rows<T, 3>(p, firstRow, endRow, m);
+        case 4: return Rows<T, 4>(p, firstRow, endRow, m);
+        default: return;
+    }
+}
+
+void SuperSampleRows(const Plan& p, uint32_t firstRow, uint32_t endRow, const BandMemory& m) {
+    if (p.bytesPerSample == 1) {
+        RowsOfWidth<uint8_t>(p, firstRow, endRow, m);
+    } else {
+        RowsOfWidth<uint16_t>(p, firstRow, endRow, m);
+    }
+}
+
+}  // namespace HWY_NAMESPACE
+}  // namespace lumo::supersampling
+HWY_AFTER_NAMESPACE();
+
+#if HWY_ONCE
+namespace lumo {
+namespace supersampling {
+
+HWY_EXPORT(SuperSampleRows);
+
+namespace {
+
+struct Request {
+    uint32_t channels;
+    uint32_t bytesPerSample;
+    const unsigned char* source;
+    uint32_t sourceRowBytes;
+    tagLumoRect region;  // footprints in absolute source coordinates
+    unsigned char* destination;
+    tagLumoSize destinationSize;
+    uint32_t destinationRowBytes;
+};
+
+/// The destination columns' side of the footprints.
+struct Columns {
+    uint32_t width;
+    double scale, offset;  // destination over region width; the region's left edge
+    uint32_t first, last;  // the region's first and last column (repeated past the right edge)
+    uint32_t channels, bytesPerSample;
+
+    /// Byte offset of a source column's pixel within a row: its first sample
+    /// index is a 32-bit product, as the per-pixel form forms it.
+    int64_t OffsetOf(uint32_t column) const { return static_cast<int64_t>(column * channels) * bytesPerSample; }
+    int64_t PixelBytes() const { return int64_t{channels} * bytesPerSample; }
+};
+
+/// Each column's tap count; then the columns of each run placed in order of
+/// it (ties by column); then each block's count and where its tables start.
+void OrderColumns(const Columns& c, size_t stride, uint32_t* tapsOf, uint32_t* columnAt, uint32_t* blockTaps,
+                  size_t* blockStart) {
+    for (uint32_t x = 0; x < c.width; ++x) {
+        const Footprint f = FootprintOf(x, c.scale, c.offset);
+        tapsOf[x] = f.endPixel > f.firstPixel ? static_cast<uint32_t>(f.endPixel - f.firstPixel) : 0;
+    }
+    for (size_t i = 0; i < stride; ++i) columnAt[i] = i < c.width ? static_cast<uint32_t>(i) : c.width;
+    for (size_t run = 0; run < c.width; run += kSortRun) {
+        std::sort(columnAt + run, columnAt + std::min<size_t>(run + kSortRun, c.width), [&](uint32_t a, uint32_t b) {
+            return tapsOf[a] != tapsOf[b] ? tapsOf[a] < tapsOf[b] : a < b;
+        });
+    }
+    blockStart[0] = 0;
+    for (size_t b = 0; b < stride / kBlock; ++b) {
+        uint32_t taps = 0;
+        for (size_t lane = 0; lane < kBlock; ++lane) {
+            const uint32_t x = columnAt[b * kBlock + lane];
+            if (x < c.width) taps = std::max(taps, tapsOf[x]);
+        }
+        blockTaps[b] = taps;
+        blockStart[b + 1] = blockStart[b] + taps * kBlock;
+    }
+}
+
+/// Each tap's fraction and pixel, the footprint worked exactly as per pixel.
+/// Padding taps and padding positions read a pixel that is there anyway (the
+/// footprint's last one, or the region's first) with fraction 0; `fractions`
+/// arrives zero-filled.
+void FillColumnTables(const Columns& c, size_t stride, const uint32_t* columnAt, const uint32_t* blockTaps,
+                      const size_t* blockStart, double* fractions, int64_t* offsets) {
+    std::fill(offsets, offsets + blockStart[stride / kBlock], c.OffsetOf(c.first));
+    for (size_t i = 0; i < stride; ++i) {
+        const uint32_t x = columnAt[i];
+        if (x >= c.width) continue;
+        const size_t block = i / kBlock;
+        double* const columnFractions = fractions + blockStart[block] + i % kBlock;
+        int64_t* const columnOffsets = offsets + blockStart[block] + i % kBlock;
+        const Footprint f = FootprintOf(x, c.scale, c.offset);
+        size_t k = 0;
+        int64_t offset = c.OffsetOf(c.first);
+        for (double sx = f.firstPixel; sx < f.endPixel; sx += 1.0, ++k) {
+            const uint32_t column = ClampToLast(sx, c.last);
+            offset = c.OffsetOf(column);
+            columnFractions[k * kBlock] = Coverage(sx, f.start, f.end);
+            columnOffsets[k * kBlock] = offset;
+        }
+        for (; k < blockTaps[block]; ++k) columnOffsets[k * kBlock] = offset;
+    }
+}
+
+/// A block reads taps 2j and 2j + 1 with one word when every lane's tap
+/// 2j + 1 is the pixel right after its tap 2j, or is padding (fraction 0: any
+/// sample adds nothing). Clamped columns at the right edge repeat a pixel
+/// instead, so blocks there read each tap alone.
+void MarkPairedBlocks(const Columns& c, size_t blocks, const uint32_t* blockTaps, const size_t* blockStart,
+                      const double* fractions, const int64_t* offsets, uint32_t* blockPaired) {
+    for (size_t b = 0; b < blocks; ++b) {
+        bool paired = true;
+        for (size_t k = 0; k + 1 < blockTaps[b]; k += 2) {
+            for (size_t lane = 0; lane < kBlock; ++lane) {
+                const size_t at = blockStart[b] + k * kBlock + lane;
+                paired = paired &&
+                         (offsets[at + kBlock] == offsets[at] + c.PixelBytes() || fractions[at + kBlock] == 0.0);
+            }
+        }
+        blockPaired[b] = paired ? 1 : 0;
+    }
+}
+
+LumoResult Run(const Request& r) {
+    // More channels than a pixel word holds: nothing is written.
+    if (r.channels > kMaxChannels || r.channels == 0) return kLumoResultOK;
+    const auto rows = static_cast<int32_t>(r.destinationSize.height);
     if (rows < 1) return kLumoResultOK;
-    parallel_for(0, rows, 1, [&f](int y) { SuperSampleRow<T>(f, static_cast<uint32_t>(y)); });
+    const uint32_t width = r.destinationSize.width;
+    if (width == 0) return kLumoResultOK;
+
+    const Columns columns{width,
+                          static_cast<double>(width) / static_cast<double>(r.region.width),
+                          static_cast<double>(r.region.x),
+                          static_cast<uint32_t>(r.region.x),
+                          static_cast<uint32_t>(r.region.x) + r.region.width - 1,
+                          r.channels,
+                          r.bytesPerSample};
+    const size_t stride = (static_cast<size_t>(width) + kBlock - 1) / kBlock * kBlock;
+    const size_t blocks = stride / kBlock;
+    // Each source byte costs a few times a copied one: it is read by about
+    // two footprints and turned into doubles.
+    const uint64_t sourceBytes = uint64_t{r.region.width} * r.region.height * r.channels * r.bytesPerSample;
+    const RowBands bands(static_cast<uint32_t>(rows), 4 * sourceBytes);
+    const size_t sumsPerBand = (r.channels + 1) * stride;
+    const size_t samplesPerBand = r.channels * stride;
+
+    const WorkArray<uint32_t> indices = MakeWorkArray<uint32_t>(2 * stride + 2 * blocks);
+    const WorkArray<size_t> blockStart = MakeWorkArray<size_t>(blocks + 1);
+    if (!indices || !blockStart) return kLumoResultOK;  // nothing written
+    uint32_t* const columnAt = indices.get();
+    uint32_t* const tapsOf = columnAt + stride;
+    uint32_t* const blockTaps = tapsOf + stride;
+    uint32_t* const blockPaired = blockTaps + blocks;
+    OrderColumns(columns, stride, tapsOf, columnAt, blockTaps, blockStart.get());
+
+    const size_t entries = std::max<size_t>(blockStart[blocks], 1);
+    const WorkArray<double> fractions = MakeWorkArray<double>(entries);
+    const WorkArray<int64_t> offsets = MakeWorkArray<int64_t>(entries);
+    const WorkArray<double> sums = MakeWorkArray<double>(sumsPerBand * bands.count());
+    const WorkArray<int32_t> samples = MakeWorkArray<int32_t>(samplesPerBand * bands.count());
+    if (!fractions || !offsets || !sums || !samples) return kLumoResultOK;  // nothing written
+    FillColumnTables(columns, stride, columnAt, blockTaps, blockStart.get(), fractions.get(), offsets.get());
+    MarkPairedBlocks(columns, blocks, blockTaps, blockStart.get(), fractions.get(), offsets.get(), blockPaired);
+
+    const uint32_t lastRow = static_cast<uint32_t>(r.region.y) + r.region.height - 1;
+    const Plan plan{r.channels,
+                    r.bytesPerSample,
+                    r.source,
+                    r.sourceRowBytes,
+                    r.destination,
+                    r.destinationRowBytes,
+                    width,
+                    stride,
+                    columnAt,
+                    blockTaps,
+                    blockPaired,
+                    blockStart.get(),
+                    fractions.get(),
+                    offsets.get(),
+                    static_cast<double>(r.destinationSize.height) / static_cast<double>(r.region.height),
+                    static_cast<double>(r.region.y),
+                    lastRow,
+                    columns.OffsetOf(columns.last),
+                    RowAt(r.source, lastRow, r.sourceRowBytes) + columns.OffsetOf(columns.last) + columns.PixelBytes()};
+    const auto superSampleRows = HWY_DYNAMIC_DISPATCH(SuperSampleRows);
+    bands.Run([&](uint32_t band, uint32_t firstRow, uint32_t endRow) {
+        const BandMemory memory{sums.get() + band * sumsPerBand, samples.get() + band * samplesPerBand};
+        superSampleRows(plan, firstRow, endRow, memory);
+    });
     return kLumoResultOK;
 }
 
-/// Footprints in absolute source coordinates, scaled to the region and
-/// clamped to its right and bottom edges; the whole source's size plays no
-/// part. A whole image is the region at (0, 0) that covers it.
-Footprints Region(uint32_t channels, const unsigned char* source, uint32_t sourceRowBytes, tagLumoRect region,
-                  unsigned char* destination, tagLumoSize destinationSize, uint32_t destinationRowBytes) {
-    const uint32_t right = static_cast<uint32_t>(region.x) + region.width;
-    const uint32_t bottom = static_cast<uint32_t>(region.y) + region.height;
-    return Footprints{channels,
-                      source,
-                      sourceRowBytes,
-                      destination,
-                      destinationSize,
-                      destinationRowBytes,
-                      static_cast<double>(destinationSize.width) / static_cast<double>(region.width),
-                      static_cast<double>(destinationSize.height) / static_cast<double>(region.height),
-                      static_cast<double>(region.x),
-                      static_cast<double>(region.y),
-                      right - 1,
-                      bottom - 1};
-}
+tagLumoRect WholeImage(tagLumoSize size) { return {0, 0, size.width, size.height}; }
 
 }  // namespace
+}  // namespace supersampling
 
 LumoResult SuperSampling8(uint32_t channels, const unsigned char* source, tagLumoSize sourceSize,
                           uint32_t sourceRowBytes, unsigned char* destination, tagLumoSize destinationSize,
                           uint32_t destinationRowBytes) {
-    const tagLumoRect whole{0, 0, sourceSize.width, sourceSize.height};
-    return SuperSample<uint8_t>(
-        Region(channels, source, sourceRowBytes, whole, destination, destinationSize, destinationRowBytes));
+    return supersampling::Run({channels, 1, source, sourceRowBytes, supersampling::WholeImage(sourceSize),
+                               destination, destinationSize, destinationRowBytes});
 }
 
 LumoResult SuperSampling16(uint32_t channels, const unsigned char* source, tagLumoSize sourceSize,
                            uint32_t sourceRowBytes, unsigned char* destination, tagLumoSize destinationSize,
                            uint32_t destinationRowBytes) {
-    const tagLumoRect whole{0, 0, sourceSize.width, sourceSize.height};
-    return SuperSample<uint16_t>(
-        Region(channels, source, sourceRowBytes, whole, destination, destinationSize, destinationRowBytes));
+    return supersampling::Run({channels, 2, source, sourceRowBytes, supersampling::WholeImage(sourceSize),
+                               destination, destinationSize, destinationRowBytes});
 }
 
 LumoResult SuperSampling8WithRegion(uint32_t channels, const unsigned char* source, tagLumoSize /*sourceSize*/,
                                     uint32_t sourceRowBytes, tagLumoRect region, unsigned char* destination,
                                     tagLumoSize destinationSize, uint32_t destinationRowBytes) {
-    return SuperSample<uint8_t>(
-        Region(channels, source, sourceRowBytes, region, destination, destinationSize, destinationRowBytes));
+    return supersampling::Run(
+        {channels, 1, source, sourceRowBytes, region, destination, destinationSize, destinationRowBytes});
 }
 
 LumoResult SuperSampling16WithRegion(uint32_t channels, const unsigned char* source, tagLumoSize /*sourceSize*/,
                                      uint32_t sourceRowBytes, tagLumoRect region, unsigned char* destination,
                                      tagLumoSize destinationSize, uint32_t destinationRowBytes) {
-    return SuperSample<uint16_t>(
-        Region(channels, source, sourceRowBytes, region, destination, destinationSize, destinationRowBytes));
+    return supersampling::Run(
+        {channels, 2, source, sourceRowBytes, region, destination, destinationSize, destinationRowBytes});
 }
 
 }  // namespace lumo
+#endif  // HWY_ONCE

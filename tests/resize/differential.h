@@ -97,19 +97,34 @@ inline void ExpectFastMatchesReference(const DifferentialMethod& method, const D
     EXPECT_EQ(fastRegion.bytes, referenceRegion.bytes) << "region";
 }
 
+/// Runs `check` once on every vector target the kernels are compiled for and
+/// this processor runs, the lower ones forced in turn.
+template <class Check>
+void ForEachVectorTarget(const Check& check) {
+    for (const int64_t target : hwy::SupportedAndGeneratedTargets()) {
+        hwy::SetSupportedTargetsForTest(target);
+        SCOPED_TRACE(hwy::TargetName(target));
+        check();
+    }
+    hwy::SetSupportedTargetsForTest(0);
+    Set_ProcessorNum(0);
+}
+
 /// `count` random cases from `seed`, run on every vector target in turn;
 /// stops at the first differing case of a target.
 inline void ExpectFastMatchesReferenceOnRandomCases(const DifferentialMethod& method, uint32_t count,
                                                     uint32_t seed) {
-    for (const int64_t target : hwy::SupportedAndGeneratedTargets()) {
-        hwy::SetSupportedTargetsForTest(target);
-        SCOPED_TRACE(hwy::TargetName(target));
+    ForEachVectorTarget([&] {
         std::mt19937 rng(seed);
         for (uint32_t i = 0; i < count && !::testing::Test::HasFailure(); ++i)
             ExpectFastMatchesReference(method, DrawCase(rng));
-    }
-    hwy::SetSupportedTargetsForTest(0);
-    Set_ProcessorNum(0);
+    });
+}
+
+/// One chosen case (say a large one, where the main loops run long and the
+/// tails are far from the start) on every vector target.
+inline void ExpectFastMatchesReferenceOnEveryTarget(const DifferentialMethod& method, const DifferentialCase& c) {
+    ForEachVectorTarget([&] { ExpectFastMatchesReference(method, c); });
 }
 
 }  // namespace lumo::test
