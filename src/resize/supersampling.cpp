@@ -318,6 +318,15 @@ void MarkPairedBlocks(const Columns& c, size_t blocks, const uint32_t* blockTaps
     }
 }
 
+// Without room for the tables the footprints are worked out pixel by pixel,
+// as the plain kernel does: it needs no memory and gives the same bytes, so a
+// call never comes back without its pixels (the dispatcher answers 0 anyway).
+LumoResult WithoutTables(const Request& r) {
+    const auto plain = r.bytesPerSample == 1 ? reference::SuperSampling8WithRegion : reference::SuperSampling16WithRegion;
+    return plain(r.channels, r.source, tagLumoSize{}, r.sourceRowBytes, r.region, r.destination, r.destinationSize,
+                 r.destinationRowBytes);
+}
+
 LumoResult Run(const Request& r) {
     // More channels than a pixel word holds: nothing is written.
     if (r.channels > kMaxChannels || r.channels == 0) return kLumoResultOK;
@@ -344,7 +353,7 @@ LumoResult Run(const Request& r) {
 
     const WorkArray<uint32_t> indices = MakeWorkArray<uint32_t>(2 * stride + 2 * blocks);
     const WorkArray<size_t> blockStart = MakeWorkArray<size_t>(blocks + 1);
-    if (!indices || !blockStart) return kLumoResultOK;  // nothing written
+    if (!indices || !blockStart) return WithoutTables(r);
     uint32_t* const columnAt = indices.get();
     uint32_t* const tapsOf = columnAt + stride;
     uint32_t* const blockTaps = tapsOf + stride;
@@ -356,7 +365,7 @@ LumoResult Run(const Request& r) {
     const WorkArray<int64_t> offsets = MakeWorkArray<int64_t>(entries);
     const WorkArray<double> sums = MakeWorkArray<double>(sumsPerBand * bands.count());
     const WorkArray<int32_t> samples = MakeWorkArray<int32_t>(samplesPerBand * bands.count());
-    if (!fractions || !offsets || !sums || !samples) return kLumoResultOK;  // nothing written
+    if (!fractions || !offsets || !sums || !samples) return WithoutTables(r);
     FillColumnTables(columns, stride, columnAt, blockTaps, blockStart.get(), fractions.get(), offsets.get());
     MarkPairedBlocks(columns, blocks, blockTaps, blockStart.get(), fractions.get(), offsets.get(), blockPaired);
 

@@ -151,7 +151,7 @@ TEST(SuperSamplingDispatch, EmptySourceAndDestinationAreLetThrough) {
 }
 
 // Working memory that cannot be had reaches the caller from the bilinear and
-// bicubic kernels; nearest neighbour and super-sampling need none.
+// bicubic kernels; nearest neighbour and super-sampling work without their tables.
 TEST(EntryPointMemory, KernelFailureIsReportedAndNothingIsWritten) {
     for (const LumoScalingMethod method : {kLumoScalingBiLinear, kLumoScalingBiCubic}) {
         for (const bool inRegion : {false, true}) {

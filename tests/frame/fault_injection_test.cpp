@@ -59,46 +59,90 @@ struct ResizeCase {
     LumoScalingMethod method;
     uint32_t bits;
     bool inRegion;
-    bool allocates;
 };
 
-const ResizeCase kResizeCases[] = {
-    {"BiLinear8", kLumoScalingBiLinear, 8, false, true},
-    {"BiLinear16Region", kLumoScalingBiLinear, 16, true, true},
-    {"BiCubic16", kLumoScalingBiCubic, 16, false, true},
-    {"BiCubic8Region", kLumoScalingBiCubic, 8, true, true},
-    {"Nearest16Region", kLumoScalingNearestNeighbor, 16, true, false},
-    {"SuperSampling8", kLumoScalingSuperSampling, 8, false, false},
+// Bilinear and bicubic cannot work without their tables and intermediate rows.
+const ResizeCase kReportingCases[] = {
+    {"BiLinear8", kLumoScalingBiLinear, 8, false},
+    {"BiLinear16Region", kLumoScalingBiLinear, 16, true},
+    {"BiCubic16", kLumoScalingBiCubic, 16, false},
+    {"BiCubic8Region", kLumoScalingBiCubic, 8, true},
+};
+
+// Nearest neighbour and super-sampling only speed up with their tables: without
+// them the pixels are worked out one by one, and the call still succeeds.
+const ResizeCase kFallingBackCases[] = {
+    {"Nearest16Region", kLumoScalingNearestNeighbor, 16, true},
+    {"Nearest8", kLumoScalingNearestNeighbor, 8, false},
+    {"SuperSampling8", kLumoScalingSuperSampling, 8, false},
+    {"SuperSampling16Region", kLumoScalingSuperSampling, 16, true},
+};
+
+/// A source, a region and a destination for one case, and the call on them.
+struct ResizeScene {
+    explicit ResizeScene(const ResizeCase& c)
+        : kase(c), source(TestImage::Make(13, 11, 3, c.bits, 1)), expected(TestImage::Make(7, 6, 3, c.bits, 3)) {
+        source.FillRandom(5);
+    }
+    LumoResult Run(TestImage& out) const {
+        const tagLumoRect region{2, 1, 9, 8};
+        return kase.inRegion ? LumoMathResizeWithRegion(kase.method, 3, kase.bits, source.Data(), source.Size(),
+                                                        source.rowBytes, region, out.Data(), out.Size(), out.rowBytes)
+                             : LumoMathResize(kase.method, 3, kase.bits, source.Data(), source.Size(),
+                                              source.rowBytes, out.Data(), out.Size(), out.rowBytes);
+    }
+    TestImage Destination() const {
+        TestImage d = TestImage::Make(7, 6, 3, kase.bits, 3);
+        d.FillRandom(6);
+        return d;
+    }
+
+    ResizeCase kase;
+    TestImage source;
+    TestImage expected;
 };
 
 class ResizeAllocationFailure : public ::testing::TestWithParam<ResizeCase> {};
 
 TEST_P(ResizeAllocationFailure, EveryFailureIsReportedAndWritesNothing) {
-    const ResizeCase& c = GetParam();
-    TestImage source = TestImage::Make(13, 11, 3, c.bits, 1);
-    source.FillRandom(5);
-    const tagLumoRect region{2, 1, 9, 8};
-    TestImage expected = TestImage::Make(7, 6, 3, c.bits, 3);
-    TestImage destination = TestImage::Make(7, 6, 3, c.bits, 3);
-    destination.FillRandom(6);
+    ResizeScene scene(GetParam());
+    ASSERT_EQ(scene.Run(scene.expected), kLumoResultOK);
+    TestImage destination = scene.Destination();
     const std::vector<unsigned char> before = destination.bytes;
-    const auto run = [&](TestImage& out) {
-        return c.inRegion ? LumoMathResizeWithRegion(c.method, 3, c.bits, source.Data(), source.Size(),
-                                                     source.rowBytes, region, out.Data(), out.Size(), out.rowBytes)
-                          : LumoMathResize(c.method, 3, c.bits, source.Data(), source.Size(), source.rowBytes,
-                                           out.Data(), out.Size(), out.rowBytes);
-    };
-    ASSERT_EQ(run(expected), kLumoResultOK);
 
-    const Injection seen = FailEachAllocationInTurn([&] { return run(destination); }, kLumoResultNoMemory,
+    const Injection seen = FailEachAllocationInTurn([&] { return scene.Run(destination); }, kLumoResultNoMemory,
                                                     [&] { return destination.bytes == before; });
     EXPECT_TRUE(seen.succeeded);
-    EXPECT_EQ(seen.failuresSeen > 0, c.allocates);
-    EXPECT_EQ(destination.bytes, expected.bytes) << "the call that finally succeeded differs";
+    EXPECT_GT(seen.failuresSeen, 0);
+    EXPECT_EQ(destination.bytes, scene.expected.bytes) << "the call that finally succeeded differs";
     g_allocationsFailed += seen.failuresSeen;
 }
 
-INSTANTIATE_TEST_SUITE_P(Methods, ResizeAllocationFailure, ::testing::ValuesIn(kResizeCases),
+INSTANTIATE_TEST_SUITE_P(Methods, ResizeAllocationFailure, ::testing::ValuesIn(kReportingCases),
+                         [](const ::testing::TestParamInfo<ResizeCase>& param) { return param.param.name; });
+
+class ResizeAllocationFallback : public ::testing::TestWithParam<ResizeCase> {};
+
+TEST_P(ResizeAllocationFallback, EveryFailureStillGivesTheSameBytes) {
+    ResizeScene scene(GetParam());
+    ASSERT_EQ(scene.Run(scene.expected), kLumoResultOK);
+    int failed = 0;
+    for (int n = 0; n < 64; ++n) {
+        TestImage destination = scene.Destination();
+        lumo::testing::FailWorkAllocationsAfter(n);
+        const LumoResult result = scene.Run(destination);
+        const int requested = lumo::testing::WorkAllocationCount();
+        lumo::testing::ResetWorkAllocationFailures();
+        EXPECT_EQ(result, kLumoResultOK) << "allocation " << n;
+        EXPECT_EQ(destination.bytes, scene.expected.bytes) << "allocation " << n;
+        if (requested <= n) break;  // nothing failed this time
+        ++failed;
+    }
+    EXPECT_GT(failed, 0) << "the fast path takes working memory";
+    g_allocationsFailed += failed;
+}
+
+INSTANTIATE_TEST_SUITE_P(Methods, ResizeAllocationFallback, ::testing::ValuesIn(kFallingBackCases),
                          [](const ::testing::TestParamInfo<ResizeCase>& param) { return param.param.name; });
 
 // Two halvings, so that an earlier intermediate is alive when a later one fails.
