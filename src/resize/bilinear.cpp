@@ -1,11 +1,12 @@
-// Bilinear scaling in two separable passes: along the rows into an
-// intermediate image of destination width and input height, then along the
-// columns into the destination. The intermediate holds samples of the output
-// type, so the first pass's values are clamped and truncated before the second
-// pass reads them; that reduction is part of the output values.
+// Bilinear scaling in two separable passes: along the rows to the destination
+// width, then along the columns into the destination. The values between the
+// passes are samples of the output type, clamped and truncated; that
+// reduction is part of the output values.
 //
 // Every product and sum is rounded separately in double, in the order
-// written, in both passes.
+// written, in both passes. The passes run fused per band of destination rows
+// (separable_resize.h), which computes only the input rows that some
+// destination row reads; the plain two-pass form is bilinear_reference.cpp.
 #include "resize/bilinear.h"
 
 #include <cmath>
@@ -13,9 +14,9 @@
 #include <cstdint>
 
 #include "common/work_memory.h"
-#include "pool/thread_pool.h"
 #include "resize/kernels.h"
 #include "resize/sample_access.h"
+#include "resize/separable_resize.h"
 
 namespace lumo {
 namespace {
@@ -47,41 +48,6 @@ InputView RegionView(uint32_t channels, const unsigned char* source, uint32_t so
     return {origin, sourceRowBytes, region.width, region.height};
 }
 
-// First pass: one input row, interpolated along the row to the destination width.
-template <class T>
-void InterpolateAlongRow(uint32_t channels, const unsigned char* inputRow, const uint32_t* columnTaps,
-                         const double* columnWeights, uint32_t width, unsigned char* outputRow) {
-    for (uint32_t x = 0; x < width; ++x) {
-        const uint32_t* taps = columnTaps + x * kLinearTaps;
-        const double* weights = columnWeights + x * kLinearTaps;
-        for (uint32_t c = 0; c < channels; ++c) {
-            const double s0 = LoadSample<T>(inputRow, taps[0] * channels + c);
-            const double s1 = LoadSample<T>(inputRow, taps[1] * channels + c);
-            const double value = s0 * weights[0] + s1 * weights[1];
-            StoreSample<T>(outputRow, x * channels + c, ClampTruncate<T>(value));
-        }
-    }
-}
-
-// Second pass: one destination row, interpolated between the two intermediate
-// rows that `rowTaps` names.
-template <class T>
-void InterpolateBetweenRows(uint32_t channels, const unsigned char* intermediate, uint32_t intermediateRowBytes,
-                            const uint32_t* rowTaps, const double* rowWeights, uint32_t width,
-                            unsigned char* outputRow) {
-    const unsigned char* rows[kLinearTaps];
-    for (uint32_t k = 0; k < kLinearTaps; ++k) rows[k] = RowAt(intermediate, rowTaps[k], intermediateRowBytes);
-    for (uint32_t x = 0; x < width; ++x) {
-        for (uint32_t c = 0; c < channels; ++c) {
-            double acc = 0.0;
-            for (uint32_t k = 0; k < kLinearTaps; ++k) {
-                acc = acc + static_cast<double>(LoadSample<T>(rows[k], x * channels + c)) * rowWeights[k];
-            }
-            StoreSample<T>(outputRow, x * channels + c, ClampTruncate<T>(acc));
-        }
-    }
-}
-
 template <class T>
 LumoResult LinearResize(uint32_t channels, const InputView& input, unsigned char* destination,
                         tagLumoSize destinationSize, uint32_t destinationRowBytes) {
@@ -93,30 +59,24 @@ LumoResult LinearResize(uint32_t channels, const InputView& input, unsigned char
         return kLumoResultInvalidParameter;
     }
 
-    // Sizes are 32-bit products, as the row offsets are.
-    const uint32_t intermediateRowBytes = channels * width * static_cast<uint32_t>(sizeof(T));
+    SeparableJob job{channels, kLinearTaps, input.data, input.rowBytes, destination, destinationRowBytes,
+                     width, height, nullptr, nullptr, nullptr, nullptr};
+    const uint32_t bands = SeparableBandCount(job);
+    // Table counts are 32-bit products, as they always were.
     const WorkArray<double> columnWeights = MakeWorkArray<double>(kLinearTaps * width);
     const WorkArray<double> rowWeights = MakeWorkArray<double>(kLinearTaps * height);
     const WorkArray<uint32_t> columnTaps = MakeWorkArray<uint32_t>(kLinearTaps * width);
     const WorkArray<uint32_t> rowTaps = MakeWorkArray<uint32_t>(kLinearTaps * height);
-    const WorkArray<unsigned char> intermediate = MakeWorkArray<unsigned char>(intermediateRowBytes * input.height);
-    if (!columnWeights || !rowWeights || !columnTaps || !rowTaps || !intermediate) return kLumoResultNoMemory;
+    const WorkArray<T> ring = MakeWorkArray<T>(SeparableRingSamples(job, bands));
+    if (!columnWeights || !rowWeights || !columnTaps || !rowTaps || !ring) return kLumoResultNoMemory;
 
     BuildLinearTaps(width, input.width, columnTaps.get(), columnWeights.get());
-    parallel_for<int32_t>(0, static_cast<int32_t>(input.height), 1, [&](int32_t r) {
-        const auto row = static_cast<uint32_t>(r);
-        InterpolateAlongRow<T>(channels, RowAt(input.data, row, input.rowBytes), columnTaps.get(),
-                               columnWeights.get(), width, RowAt(intermediate.get(), row, intermediateRowBytes));
-    });
-
-    // Built only now: the first pass has finished with the intermediate.
     BuildLinearTaps(height, input.height, rowTaps.get(), rowWeights.get());
-    parallel_for<int32_t>(0, static_cast<int32_t>(height), 1, [&](int32_t y) {
-        const auto row = static_cast<uint32_t>(y);
-        InterpolateBetweenRows<T>(channels, intermediate.get(), intermediateRowBytes, rowTaps.get() + row * kLinearTaps,
-                                  rowWeights.get() + row * kLinearTaps, width,
-                                  RowAt(destination, row, destinationRowBytes));
-    });
+    job.columnTaps = columnTaps.get();
+    job.columnWeights = columnWeights.get();
+    job.rowTaps = rowTaps.get();
+    job.rowWeights = rowWeights.get();
+    RunSeparable<T>(job, ring.get(), bands);
     return kLumoResultOK;
 }
 

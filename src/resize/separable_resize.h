@@ -1,0 +1,60 @@
+// The fused two-pass engine of the interpolating resizes (bilinear, bicubic).
+//
+// Both methods resample along the rows into samples of the output type
+// (clamped and truncated), then along the columns into the destination, each
+// output sample being a left-to-right sum of tap-by-weight products. Rather
+// than a full intermediate image, the destination rows are cut into one band
+// per worker, and each band keeps a ring of `taps` intermediate rows: a
+// destination row reads `taps` consecutive (clamped) input rows, its first
+// row never moves backwards, so input row r can live in slot r % taps and is
+// computed at most once per band, and only if some destination row reads it.
+// Every sample is still produced by the same products and sums in the same
+// order, so the bytes are those of the plain two-pass kernels.
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+
+namespace lumo {
+
+/// One interpolating resize: the input view, the destination and the tap
+/// tables (`taps` entries per destination column and per destination row).
+struct SeparableJob {
+    uint32_t channels;
+    uint32_t taps;  // 2 or 4
+    const unsigned char* source;
+    uint32_t sourceRowBytes;
+    unsigned char* destination;
+    uint32_t destinationRowBytes;
+    uint32_t width;   // destination pixels per row
+    uint32_t height;  // destination rows
+    const uint32_t* columnTaps;
+    const double* columnWeights;
+    const uint32_t* rowTaps;
+    const double* rowWeights;
+};
+
+/// Bands the destination rows are cut into: one per worker of the current pool
+/// (taking a hold on it, as the passes will), at most one per destination row;
+/// 0 when the destination is empty.
+uint32_t SeparableBandCount(const SeparableJob& job);
+
+/// Samples of the ring working block for `bands` bands (a count no allocator
+/// can meet when the true count does not fit in memory).
+std::size_t SeparableRingSamples(const SeparableJob& job, uint32_t bands);
+
+/// Runs the job over `bands` bands in parallel; `ring` holds
+/// SeparableRingSamples(job, bands) samples of the job's sample type.
+void RunSeparable8(const SeparableJob& job, uint8_t* ring, uint32_t bands);
+void RunSeparable16(const SeparableJob& job, uint16_t* ring, uint32_t bands);
+
+template <class T>
+void RunSeparable(const SeparableJob& job, T* ring, uint32_t bands) {
+    if constexpr (sizeof(T) == 1) {
+        RunSeparable8(job, ring, bands);
+    } else {
+        RunSeparable16(job, ring, bands);
+    }
+}
+
+}  // namespace lumo
