@@ -97,15 +97,16 @@ LumoResult BiCubicResize(uint32_t channels, const unsigned char* source, tagLumo
         !FitsIn32({channels, width, sourceHeight, sizeof(T)}))
         return kLumoResultNoMemory;
 
-    SeparableJob job{channels, kCubicTaps, source, sourceRowBytes, destination, destinationRowBytes,
+    SeparableJob job{channels, kCubicTaps, source, sourceWidth, sourceRowBytes, destination, destinationRowBytes,
                      width, height, nullptr, nullptr, nullptr, nullptr};
-    const uint32_t bands = SeparableBandCount(job);
+    PoolHold pool;
+    const uint32_t bands = SeparableBandCount(job, pool);
     const auto columnWeights = MakeWorkArray<double>(kCubicTaps * width);
     const auto rowWeights = MakeWorkArray<double>(kCubicTaps * height);
     const auto columnTaps = MakeWorkArray<uint32_t>(kCubicTaps * width);
     const auto rowTaps = MakeWorkArray<uint32_t>(kCubicTaps * height);
-    const auto ring = MakeWorkArray<T>(SeparableRingSamples(job, bands));
-    if (!columnWeights || !rowWeights || !columnTaps || !rowTaps || !ring) return kLumoResultNoMemory;
+    const auto work = MakeWorkArray<unsigned char>(SeparableWorkBytes(job, sizeof(T), bands));
+    if (!columnWeights || !rowWeights || !columnTaps || !rowTaps || !work) return kLumoResultNoMemory;
 
     BuildCubicTaps(width, sourceWidth, columnTaps.get(), columnWeights.get());
     BuildCubicTaps(height, sourceHeight, rowTaps.get(), rowWeights.get());
@@ -113,7 +114,7 @@ LumoResult BiCubicResize(uint32_t channels, const unsigned char* source, tagLumo
     job.columnWeights = columnWeights.get();
     job.rowTaps = rowTaps.get();
     job.rowWeights = rowWeights.get();
-    RunSeparable<T>(job, ring.get(), bands);
+    RunSeparable<T>(job, work.get(), bands);
     return kLumoResultOK;
 }
 

@@ -59,16 +59,17 @@ LumoResult LinearResize(uint32_t channels, const InputView& input, unsigned char
         return kLumoResultInvalidParameter;
     }
 
-    SeparableJob job{channels, kLinearTaps, input.data, input.rowBytes, destination, destinationRowBytes,
+    SeparableJob job{channels, kLinearTaps, input.data, input.width, input.rowBytes, destination, destinationRowBytes,
                      width, height, nullptr, nullptr, nullptr, nullptr};
-    const uint32_t bands = SeparableBandCount(job);
+    PoolHold pool;
+    const uint32_t bands = SeparableBandCount(job, pool);
     // Table counts are 32-bit products, as they always were.
     const WorkArray<double> columnWeights = MakeWorkArray<double>(kLinearTaps * width);
     const WorkArray<double> rowWeights = MakeWorkArray<double>(kLinearTaps * height);
     const WorkArray<uint32_t> columnTaps = MakeWorkArray<uint32_t>(kLinearTaps * width);
     const WorkArray<uint32_t> rowTaps = MakeWorkArray<uint32_t>(kLinearTaps * height);
-    const WorkArray<T> ring = MakeWorkArray<T>(SeparableRingSamples(job, bands));
-    if (!columnWeights || !rowWeights || !columnTaps || !rowTaps || !ring) return kLumoResultNoMemory;
+    const WorkArray<unsigned char> work = MakeWorkArray<unsigned char>(SeparableWorkBytes(job, sizeof(T), bands));
+    if (!columnWeights || !rowWeights || !columnTaps || !rowTaps || !work) return kLumoResultNoMemory;
 
     BuildLinearTaps(width, input.width, columnTaps.get(), columnWeights.get());
     BuildLinearTaps(height, input.height, rowTaps.get(), rowWeights.get());
@@ -76,7 +77,7 @@ LumoResult LinearResize(uint32_t channels, const InputView& input, unsigned char
     job.columnWeights = columnWeights.get();
     job.rowTaps = rowTaps.get();
     job.rowWeights = rowWeights.get();
-    RunSeparable<T>(job, ring.get(), bands);
+    RunSeparable<T>(job, work.get(), bands);
     return kLumoResultOK;
 }
 

@@ -1,11 +1,18 @@
 // The fused band engine of the interpolating resizes; see separable_resize.h.
 //
-// The column pass (between rows) is vectorised across output samples: the
-// samples of one destination row are independent, and each keeps its own sum
-// of `taps` products in the fixed order, multiplied and added separately
-// (never fused). 8- and 16-bit samples convert to double and back exactly
-// (every such integer is a double), so a lane computes what the scalar loop
-// computes.
+// Both passes are vectorised across output samples, never across taps: each
+// lane holds one output sample and sums its own products in the scalar order,
+// multiplying and adding separately (never fused). 8- and 16-bit samples
+// convert to double and back exactly (every such integer is a double), and
+// no sum is NaN (finite samples and weights), so Max then Min clamps exactly
+// as the two comparisons of ClampTruncate do and the conversion truncates
+// toward zero: a lane computes the bits the scalar loop computes.
+//
+// The row pass works one destination pixel at a time, its channels in the
+// lanes of a 4-lane vector (3- and 4-channel images, the common ones): the
+// four samples of a tap pixel are one small load, its weight one broadcast.
+// Gathering taps across pixels instead measured slower on the processors at
+// hand. The column pass reads its rows contiguously, a full vector at a time.
 
 #undef HWY_TARGET_INCLUDE
 #define HWY_TARGET_INCLUDE "resize/separable_resize.cpp"
@@ -16,65 +23,121 @@
 #include <cstddef>
 #include <cstdint>
 #include <limits>
+#include <optional>
 
 #include "pool/thread_pool.h"
 #include "resize/sample_access.h"
 #include "resize/separable_resize.h"
+#include "resize/separable_rows.h"
 
 HWY_BEFORE_NAMESPACE();
 namespace lumo {
 namespace HWY_NAMESPACE {
 namespace hn = hwy::HWY_NAMESPACE;
 
-/// One destination row from the `Taps` intermediate rows `rows`:
-/// sample e = ((rows[0][e] * w[0] + rows[1][e] * w[1]) + ...), clamped to the
-/// sample range and truncated. `out` need not be aligned for T.
-template <class T, size_t Taps>
+/// Clamps each lane to the sample range and truncates it to T.
+template <class T, class D>
+HWY_INLINE auto ToSamples(D d, hn::Vec<D> v) {
+    const hn::Rebind<int32_t, D> di;
+    const hn::Rebind<T, D> dt;
+    v = hn::Min(hn::Max(v, hn::Zero(d)), hn::Set(d, kSampleMax<T>));
+    return hn::DemoteTo(dt, hn::DemoteTo(di, v));
+}
+
+/// The samples at `p` as doubles, one per lane of d.
+template <class T, class D>
+HWY_INLINE hn::Vec<D> LoadAsDouble(D d, const T* p) {
+    const hn::Rebind<int32_t, D> di;
+    const hn::Rebind<T, D> dt;
+    return hn::PromoteTo(d, hn::PromoteTo(di, hn::LoadU(dt, p)));
+}
+
+// 4-lane double vectors exist on the 256- and 512-bit targets.
+#if HWY_TARGET == HWY_AVX2 || HWY_TARGET == HWY_AVX3 || HWY_TARGET == HWY_AVX3_DL || HWY_TARGET == HWY_AVX3_ZEN4
+#define LUMO_PIXEL_LANES 1
+#else
+#define LUMO_PIXEL_LANES 0
+#endif
+
+/// One input row resampled along the row to `width` pixels. Pixels below
+/// `vectorColumns` go through the vector loop, which loads 4 samples from
+/// every tap pixel (one past a 3-channel pixel) and stores 4 samples per
+/// destination pixel (for 3 channels, the extra one is overwritten by the
+/// next pixel); the caller chose vectorColumns so that neither leaves its row.
+template <class T, uint32_t Taps, uint32_t Channels>
+HWY_INLINE void ResampleRowT(const unsigned char* input, T* out, uint32_t width, uint32_t vectorColumns,
+                             const uint32_t* taps, const double* weights) {
+    uint32_t x = 0;
+#if LUMO_PIXEL_LANES
+    if constexpr (Channels == 3 || Channels == 4) {
+        const hn::FixedTag<double, 4> d;
+        const hn::Rebind<T, decltype(d)> dt;
+        const T* in = reinterpret_cast<const T*>(input);
+        for (; x < vectorColumns; ++x) {
+            const uint32_t* tap = taps + static_cast<size_t>(x) * Taps;
+            const double* w = weights + static_cast<size_t>(x) * Taps;
+            auto v = hn::Mul(LoadAsDouble(d, in + static_cast<size_t>(tap[0]) * Channels), hn::Set(d, w[0]));
+            for (uint32_t k = 1; k < Taps; ++k)
+                v = hn::Add(v, hn::Mul(LoadAsDouble(d, in + static_cast<size_t>(tap[k]) * Channels), hn::Set(d, w[k])));
+            hn::StoreU(ToSamples<T>(d, v), dt, out + static_cast<size_t>(x) * Channels);
+        }
+    }
+#else
+    (void)vectorColumns;
+#endif
+    ResampleRowScalar<T, Taps, Channels>(input, out, Channels, x, width, taps, weights);
+}
+
+template <class T, uint32_t Taps>
+HWY_INLINE void ResampleRowChannels(const unsigned char* input, T* out, uint32_t channels, uint32_t width,
+                                    uint32_t vectorColumns, const uint32_t* taps, const double* weights) {
+    switch (channels) {
+        case 1: return ResampleRowT<T, Taps, 1>(input, out, width, vectorColumns, taps, weights);
+        case 2: return ResampleRowT<T, Taps, 2>(input, out, width, vectorColumns, taps, weights);
+        case 3: return ResampleRowT<T, Taps, 3>(input, out, width, vectorColumns, taps, weights);
+        case 4: return ResampleRowT<T, Taps, 4>(input, out, width, vectorColumns, taps, weights);
+        default: return ResampleRowScalar<T, Taps, 0>(input, out, channels, 0, width, taps, weights);
+    }
+}
+
+/// One destination row from the `Taps` intermediate rows `rows`, a full
+/// vector of samples at a time.
+template <class T, uint32_t Taps>
 HWY_INLINE void BlendRowsT(const T* const* rows, const double* weights, uint32_t count, unsigned char* out) {
     uint32_t e = 0;
 #if HWY_TARGET != HWY_SCALAR
     const hn::ScalableTag<double> d;
-    const hn::Rebind<int32_t, decltype(d)> di;
     const hn::Rebind<T, decltype(d)> dt;
     const hn::Repartition<uint8_t, decltype(dt)> dbytes;
-    using V = hn::Vec<decltype(d)>;
     const size_t lanes = hn::Lanes(d);
-    V w[Taps];
-    for (size_t k = 0; k < Taps; ++k) w[k] = hn::Set(d, weights[k]);
-    const V zero = hn::Zero(d);
-    const V top = hn::Set(d, kSampleMax<T>);
+    hn::Vec<decltype(d)> w[Taps];
+    for (uint32_t k = 0; k < Taps; ++k) w[k] = hn::Set(d, weights[k]);
     for (; e + lanes <= count; e += static_cast<uint32_t>(lanes)) {
-        V v = hn::Mul(hn::PromoteTo(d, hn::PromoteTo(di, hn::LoadU(dt, rows[0] + e))), w[0]);
-        for (size_t k = 1; k < Taps; ++k) {
-            v = hn::Add(v, hn::Mul(hn::PromoteTo(d, hn::PromoteTo(di, hn::LoadU(dt, rows[k] + e))), w[k]));
-        }
-        // No sum is NaN (finite samples, finite weights), so Max then Min
-        // clamps exactly as the two comparisons of ClampTruncate do; the
-        // conversion then truncates toward zero.
-        v = hn::Min(hn::Max(v, zero), top);
-        const auto samples = hn::DemoteTo(dt, hn::DemoteTo(di, v));
-        hn::StoreU(hn::BitCast(dbytes, samples), dbytes, out + static_cast<size_t>(e) * sizeof(T));
+        auto v = hn::Mul(LoadAsDouble(d, rows[0] + e), w[0]);
+        for (uint32_t k = 1; k < Taps; ++k) v = hn::Add(v, hn::Mul(LoadAsDouble(d, rows[k] + e), w[k]));
+        // Stored as bytes: a 16-bit destination row may start at an odd address.
+        hn::StoreU(hn::BitCast(dbytes, ToSamples<T>(d, v)), dbytes, out + static_cast<size_t>(e) * sizeof(T));
     }
 #endif
-    for (; e < count; ++e) {
-        double v = static_cast<double>(rows[0][e]) * weights[0];
-        for (size_t k = 1; k < Taps; ++k) v = v + static_cast<double>(rows[k][e]) * weights[k];
-        StoreSample<T>(out, e, ClampTruncate<T>(v));
-    }
+    BlendRowsScalar<T, Taps>(rows, weights, e, count, out);
 }
 
-void BlendRows8x2(const uint8_t* const* rows, const double* weights, uint32_t count, unsigned char* out) {
-    BlendRowsT<uint8_t, 2>(rows, weights, count, out);
-}
-void BlendRows8x4(const uint8_t* const* rows, const double* weights, uint32_t count, unsigned char* out) {
-    BlendRowsT<uint8_t, 4>(rows, weights, count, out);
-}
-void BlendRows16x2(const uint16_t* const* rows, const double* weights, uint32_t count, unsigned char* out) {
-    BlendRowsT<uint16_t, 2>(rows, weights, count, out);
-}
-void BlendRows16x4(const uint16_t* const* rows, const double* weights, uint32_t count, unsigned char* out) {
-    BlendRowsT<uint16_t, 4>(rows, weights, count, out);
-}
+#define LUMO_SEPARABLE_ROW_KERNELS(Bits, Taps)                                                                  \
+    void ResampleRow##Bits##x##Taps(const unsigned char* input, uint##Bits##_t* out, uint32_t channels,         \
+                                    uint32_t width, uint32_t vectorColumns, const uint32_t* taps,               \
+                                    const double* weights) {                                                    \
+        ResampleRowChannels<uint##Bits##_t, Taps>(input, out, channels, width, vectorColumns, taps, weights);   \
+    }                                                                                                           \
+    void BlendRows##Bits##x##Taps(const uint##Bits##_t* const* rows, const double* weights, uint32_t count,    \
+                                  unsigned char* out) {                                                         \
+        BlendRowsT<uint##Bits##_t, Taps>(rows, weights, count, out);                                            \
+    }
+LUMO_SEPARABLE_ROW_KERNELS(8, 2)
+LUMO_SEPARABLE_ROW_KERNELS(8, 4)
+LUMO_SEPARABLE_ROW_KERNELS(16, 2)
+LUMO_SEPARABLE_ROW_KERNELS(16, 4)
+#undef LUMO_SEPARABLE_ROW_KERNELS
+#undef LUMO_PIXEL_LANES
 
 }  // namespace HWY_NAMESPACE
 }  // namespace lumo
@@ -83,6 +146,10 @@ HWY_AFTER_NAMESPACE();
 #if HWY_ONCE
 namespace lumo {
 
+HWY_EXPORT(ResampleRow8x2);
+HWY_EXPORT(ResampleRow8x4);
+HWY_EXPORT(ResampleRow16x2);
+HWY_EXPORT(ResampleRow16x4);
 HWY_EXPORT(BlendRows8x2);
 HWY_EXPORT(BlendRows8x4);
 HWY_EXPORT(BlendRows16x2);
@@ -91,9 +158,21 @@ HWY_EXPORT(BlendRows16x4);
 namespace {
 
 template <class T>
+using ResampleRowFn = void (*)(const unsigned char*, T*, uint32_t, uint32_t, uint32_t, const uint32_t*,
+                               const double*);
+template <class T>
 using BlendRowsFn = void (*)(const T* const*, const double*, uint32_t, unsigned char*);
 
-/// The row blend of the best target this processor runs (or the one a test forced).
+/// The row kernels of the best target this processor runs (or of the one a
+/// test forced), chosen once per band.
+template <class T, uint32_t Taps>
+ResampleRowFn<T> ChosenResampleRow() {
+    if constexpr (sizeof(T) == 1) {
+        return Taps == 2 ? &HWY_DYNAMIC_DISPATCH(ResampleRow8x2) : &HWY_DYNAMIC_DISPATCH(ResampleRow8x4);
+    } else {
+        return Taps == 2 ? &HWY_DYNAMIC_DISPATCH(ResampleRow16x2) : &HWY_DYNAMIC_DISPATCH(ResampleRow16x4);
+    }
+}
 template <class T, uint32_t Taps>
 BlendRowsFn<T> ChosenBlendRows() {
     if constexpr (sizeof(T) == 1) {
@@ -103,50 +182,42 @@ BlendRowsFn<T> ChosenBlendRows() {
     }
 }
 
-/// One input row resampled along the row to the destination width: sample
-/// (x, c) = ((s0 * w0 + s1 * w1) + ...) over the taps of column x, clamped and
-/// truncated. `Channels` is the channel count when known at compile time, 0
-/// otherwise.
-template <class T, uint32_t Taps, uint32_t Channels>
-void ResampleRow(const unsigned char* input, T* out, uint32_t channels, uint32_t width, const uint32_t* columnTaps,
-                 const double* columnWeights) {
-    const uint32_t n = Channels != 0 ? Channels : channels;
-    for (uint32_t x = 0; x < width; ++x) {
-        const uint32_t* tap = columnTaps + static_cast<size_t>(x) * Taps;
-        const double* w = columnWeights + static_cast<size_t>(x) * Taps;
-        uint32_t first[Taps];
-        for (uint32_t k = 0; k < Taps; ++k) first[k] = tap[k] * n;
-        for (uint32_t c = 0; c < n; ++c) {
-            double v = static_cast<double>(LoadSample<T>(input, first[0] + c)) * w[0];
-            for (uint32_t k = 1; k < Taps; ++k) v = v + static_cast<double>(LoadSample<T>(input, first[k] + c)) * w[k];
-            out[static_cast<size_t>(x) * n + c] = ClampTruncate<T>(v);
-        }
-    }
+/// Bytes of one band's ring, or nullopt when the rings of `bands` bands
+/// cannot fit in memory. Every factor is below 2^32, and each product is
+/// checked against a limit far beyond any memory before it grows further.
+std::optional<uint64_t> RingBytes(const SeparableJob& job, uint32_t bytesPerSample, uint32_t bands) {
+    constexpr uint64_t kLimit = uint64_t{1} << 48;
+    const uint64_t rowSamples = uint64_t{job.channels} * job.width;
+    if (rowSamples > kLimit) return std::nullopt;
+    const uint64_t ring = job.taps * rowSamples * bytesPerSample;
+    if (ring > kLimit / (uint64_t{bands} + 1)) return std::nullopt;
+    return ring;
 }
 
-template <class T>
-using ResampleRowFn = void (*)(const unsigned char*, T*, uint32_t, uint32_t, const uint32_t*, const double*);
-
-template <class T, uint32_t Taps>
-ResampleRowFn<T> ChosenResampleRow(uint32_t channels) {
-    switch (channels) {
-        case 1: return ResampleRow<T, Taps, 1>;
-        case 2: return ResampleRow<T, Taps, 2>;
-        case 3: return ResampleRow<T, Taps, 3>;
-        case 4: return ResampleRow<T, Taps, 4>;
-        default: return ResampleRow<T, Taps, 0>;
-    }
+/// Destination pixels whose row-pass vector loads and stores stay inside
+/// their rows: every tap pixel from the first up to this one has 4 samples
+/// from its start inside the input row, and for 3 channels the last pixel's
+/// 4-sample store would reach past the end of its ring row. Taps never
+/// decrease from column to column, so the safe columns are a prefix.
+template <uint32_t Taps>
+uint32_t VectorColumns(const SeparableJob& job) {
+    if (job.channels != 3 && job.channels != 4) return 0;
+    const uint64_t rowSamples = uint64_t{job.sourceWidth} * job.channels;
+    uint32_t safe = 0;
+    while (safe < job.width &&
+           uint64_t{job.columnTaps[static_cast<size_t>(safe) * Taps + Taps - 1]} * job.channels + 4 <= rowSamples)
+        ++safe;
+    return job.channels == 3 ? std::min(safe, job.width - 1) : safe;
 }
 
-/// Destination rows [first, last) of the job, with a ring of Taps rows of
-/// `rowSamples` samples.
+/// Destination rows [first, last) of the job, with a ring of Taps rows.
 template <class T, uint32_t Taps>
-void RunBand(const SeparableJob& job, T* ring, uint32_t first, uint32_t last) {
+void RunBand(const SeparableJob& job, uint32_t vectorColumns, T* ring, uint32_t first, uint32_t last) {
     const uint32_t rowSamples = job.channels * job.width;
-    const ResampleRowFn<T> resampleRow = ChosenResampleRow<T, Taps>(job.channels);
+    const ResampleRowFn<T> resampleRow = ChosenResampleRow<T, Taps>();
     const BlendRowsFn<T> blendRows = ChosenBlendRows<T, Taps>();
     uint32_t held[Taps];
-    for (uint32_t& r : held) r = std::numeric_limits<uint32_t>::max();  // no row index reaches 2^32 - 1 rows
+    for (uint32_t& r : held) r = std::numeric_limits<uint32_t>::max();  // no input has 2^32 - 1 rows
     for (uint32_t y = first; y < last; ++y) {
         const uint32_t* tap = job.rowTaps + static_cast<size_t>(y) * Taps;
         const T* rows[Taps];
@@ -155,7 +226,7 @@ void RunBand(const SeparableJob& job, T* ring, uint32_t first, uint32_t last) {
             T* slot = ring + static_cast<size_t>(row % Taps) * rowSamples;
             if (held[row % Taps] != row) {
                 resampleRow(RowAt(job.source, row, job.sourceRowBytes), slot, job.channels, job.width,
-                            job.columnTaps, job.columnWeights);
+                            vectorColumns, job.columnTaps, job.columnWeights);
                 held[row % Taps] = row;
             }
             rows[k] = slot;
@@ -165,47 +236,50 @@ void RunBand(const SeparableJob& job, T* ring, uint32_t first, uint32_t last) {
     }
 }
 
-template <class T>
-void RunSeparableT(const SeparableJob& job, T* ring, uint32_t bands) {
-    if (job.width == 0 || job.height == 0 || bands == 0) return;
-    const size_t ringSamples = static_cast<size_t>(job.taps) * job.channels * job.width;
+template <class T, uint32_t Taps>
+void RunBands(const SeparableJob& job, unsigned char* work, uint32_t bands) {
+    const size_t ringBytes = static_cast<size_t>(*RingBytes(job, sizeof(T), bands));
+    const uint32_t vectorColumns = VectorColumns<Taps>(job);
     const uint32_t height = job.height;
     parallel_for<int32_t>(0, static_cast<int32_t>(bands), 1, [&](int32_t band) {
         const auto b = static_cast<uint64_t>(band);
         const auto first = static_cast<uint32_t>(b * height / bands);
         const auto last = static_cast<uint32_t>((b + 1) * height / bands);
-        T* bandRing = ring + static_cast<size_t>(b) * ringSamples;
-        if (job.taps == 2) {
-            RunBand<T, 2>(job, bandRing, first, last);
-        } else {
-            RunBand<T, 4>(job, bandRing, first, last);
-        }
+        T* ring = reinterpret_cast<T*>(work + static_cast<size_t>(b) * ringBytes);
+        RunBand<T, Taps>(job, vectorColumns, ring, first, last);
     });
+}
+
+template <class T>
+void RunSeparableT(const SeparableJob& job, unsigned char* work, uint32_t bands) {
+    if (job.width == 0 || job.height == 0 || bands == 0) return;
+    if (job.taps == 2) {
+        RunBands<T, 2>(job, work, bands);
+    } else {
+        RunBands<T, 4>(job, work, bands);
+    }
 }
 
 }  // namespace
 
-uint32_t SeparableBandCount(const SeparableJob& job) {
+uint32_t SeparableBandCount(const SeparableJob& job, PoolHold& pool) {
     if (job.width == 0 || job.height == 0) return 0;
-    const int threads = HoldPool()->threadCount();
+    pool = HoldPool();
+    const int threads = pool->threadCount();
     return std::clamp<uint32_t>(threads < 1 ? 1u : static_cast<uint32_t>(threads), 1u, job.height);
 }
 
-std::size_t SeparableRingSamples(const SeparableJob& job, uint32_t bands) {
-    // Kept below SIZE_MAX / 2 so that the byte count of 16-bit samples cannot
-    // wrap either; a count at the limit is one no allocator can meet.
-    constexpr std::size_t kLimit = std::numeric_limits<std::size_t>::max() / 2;
-    std::size_t samples = 1;
-    for (const std::size_t f : {std::size_t{job.taps}, std::size_t{job.channels}, std::size_t{job.width},
-                                std::size_t{bands}}) {
-        if (f != 0 && samples > kLimit / f) return kLimit;
-        samples *= f;
-    }
-    return samples;
+std::size_t SeparableWorkBytes(const SeparableJob& job, uint32_t bytesPerSample, uint32_t bands) {
+    const std::optional<uint64_t> ring = RingBytes(job, bytesPerSample, bands);
+    return ring ? static_cast<std::size_t>(*ring * bands) : std::numeric_limits<std::size_t>::max();
 }
 
-void RunSeparable8(const SeparableJob& job, uint8_t* ring, uint32_t bands) { RunSeparableT(job, ring, bands); }
-void RunSeparable16(const SeparableJob& job, uint16_t* ring, uint32_t bands) { RunSeparableT(job, ring, bands); }
+void RunSeparable8(const SeparableJob& job, unsigned char* work, uint32_t bands) {
+    RunSeparableT<uint8_t>(job, work, bands);
+}
+void RunSeparable16(const SeparableJob& job, unsigned char* work, uint32_t bands) {
+    RunSeparableT<uint16_t>(job, work, bands);
+}
 
 }  // namespace lumo
 #endif  // HWY_ONCE

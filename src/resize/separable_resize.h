@@ -15,6 +15,8 @@
 #include <cstddef>
 #include <cstdint>
 
+#include "pool/thread_pool.h"
+
 namespace lumo {
 
 /// One interpolating resize: the input view, the destination and the tap
@@ -23,6 +25,7 @@ struct SeparableJob {
     uint32_t channels;
     uint32_t taps;  // 2 or 4
     const unsigned char* source;
+    uint32_t sourceWidth;  // pixels per input row
     uint32_t sourceRowBytes;
     unsigned char* destination;
     uint32_t destinationRowBytes;
@@ -34,26 +37,28 @@ struct SeparableJob {
     const double* rowWeights;
 };
 
-/// Bands the destination rows are cut into: one per worker of the current pool
-/// (taking a hold on it, as the passes will), at most one per destination row;
-/// 0 when the destination is empty.
-uint32_t SeparableBandCount(const SeparableJob& job);
+/// Bands the destination rows are cut into: one per worker of the pool, at
+/// most one per destination row; 0 when the destination is empty. When there
+/// is work, `pool` receives a hold on the pool, which the caller keeps until
+/// the job has run, so that one pool serves the whole call.
+uint32_t SeparableBandCount(const SeparableJob& job, PoolHold& pool);
 
-/// Samples of the ring working block for `bands` bands (a count no allocator
-/// can meet when the true count does not fit in memory).
-std::size_t SeparableRingSamples(const SeparableJob& job, uint32_t bands);
+/// Bytes of the working block for `bands` bands (one ring of intermediate rows
+/// per band), or SIZE_MAX, which no allocator grants, when they cannot fit in
+/// memory.
+std::size_t SeparableWorkBytes(const SeparableJob& job, uint32_t bytesPerSample, uint32_t bands);
 
-/// Runs the job over `bands` bands in parallel; `ring` holds
-/// SeparableRingSamples(job, bands) samples of the job's sample type.
-void RunSeparable8(const SeparableJob& job, uint8_t* ring, uint32_t bands);
-void RunSeparable16(const SeparableJob& job, uint16_t* ring, uint32_t bands);
+/// Runs the job over `bands` bands in parallel, in a zero-filled working block
+/// of SeparableWorkBytes(job, sizeof(T), bands) bytes.
+void RunSeparable8(const SeparableJob& job, unsigned char* work, uint32_t bands);
+void RunSeparable16(const SeparableJob& job, unsigned char* work, uint32_t bands);
 
 template <class T>
-void RunSeparable(const SeparableJob& job, T* ring, uint32_t bands) {
+void RunSeparable(const SeparableJob& job, unsigned char* work, uint32_t bands) {
     if constexpr (sizeof(T) == 1) {
-        RunSeparable8(job, ring, bands);
+        RunSeparable8(job, work, bands);
     } else {
-        RunSeparable16(job, ring, bands);
+        RunSeparable16(job, work, bands);
     }
 }
 
