@@ -163,8 +163,16 @@ using ResampleRowFn = void (*)(const unsigned char*, T*, uint32_t, uint32_t, uin
 template <class T>
 using BlendRowsFn = void (*)(const T* const*, const double*, uint32_t, unsigned char*);
 
+/// Settles the dispatch target once, so that the pointers below name a
+/// target's kernel itself. Before that they name the table's first-call entry,
+/// which asks the processor for its features on every call.
+void ChooseTarget() {
+    hwy::ChosenTarget& chosen = hwy::GetChosenTarget();
+    if (!chosen.IsInitialized()) chosen.Update(hwy::SupportedTargets());
+}
+
 /// The row kernels of the best target this processor runs (or of the one a
-/// test forced), chosen once per band.
+/// test forced).
 template <class T, uint32_t Taps>
 ResampleRowFn<T> ChosenResampleRow() {
     if constexpr (sizeof(T) == 1) {
@@ -210,12 +218,17 @@ uint32_t VectorColumns(const SeparableJob& job) {
     return job.channels == 3 ? std::min(safe, job.width - 1) : safe;
 }
 
+template <class T, uint32_t Taps>
+struct RowKernels {
+    ResampleRowFn<T> resampleRow;
+    BlendRowsFn<T> blendRows;
+    uint32_t vectorColumns;
+};
+
 /// Destination rows [first, last) of the job, with a ring of Taps rows.
 template <class T, uint32_t Taps>
-void RunBand(const SeparableJob& job, uint32_t vectorColumns, T* ring, uint32_t first, uint32_t last) {
+void RunBand(const SeparableJob& job, const RowKernels<T, Taps>& kernels, T* ring, uint32_t first, uint32_t last) {
     const uint32_t rowSamples = job.channels * job.width;
-    const ResampleRowFn<T> resampleRow = ChosenResampleRow<T, Taps>();
-    const BlendRowsFn<T> blendRows = ChosenBlendRows<T, Taps>();
     uint32_t held[Taps];
     for (uint32_t& r : held) r = std::numeric_limits<uint32_t>::max();  // no input has 2^32 - 1 rows
     for (uint32_t y = first; y < last; ++y) {
@@ -225,13 +238,13 @@ void RunBand(const SeparableJob& job, uint32_t vectorColumns, T* ring, uint32_t 
             const uint32_t row = tap[k];
             T* slot = ring + static_cast<size_t>(row % Taps) * rowSamples;
             if (held[row % Taps] != row) {
-                resampleRow(RowAt(job.source, row, job.sourceRowBytes), slot, job.channels, job.width,
-                            vectorColumns, job.columnTaps, job.columnWeights);
+                kernels.resampleRow(RowAt(job.source, row, job.sourceRowBytes), slot, job.channels, job.width,
+                                    kernels.vectorColumns, job.columnTaps, job.columnWeights);
                 held[row % Taps] = row;
             }
             rows[k] = slot;
         }
-        blendRows(rows, job.rowWeights + static_cast<size_t>(y) * Taps, rowSamples,
+        kernels.blendRows(rows, job.rowWeights + static_cast<size_t>(y) * Taps, rowSamples,
                   RowAt(job.destination, y, job.destinationRowBytes));
     }
 }
@@ -239,14 +252,16 @@ void RunBand(const SeparableJob& job, uint32_t vectorColumns, T* ring, uint32_t 
 template <class T, uint32_t Taps>
 void RunBands(const SeparableJob& job, unsigned char* work, uint32_t bands) {
     const size_t ringBytes = static_cast<size_t>(*RingBytes(job, sizeof(T), bands));
-    const uint32_t vectorColumns = VectorColumns<Taps>(job);
+    ChooseTarget();
+    const RowKernels<T, Taps> kernels{ChosenResampleRow<T, Taps>(), ChosenBlendRows<T, Taps>(),
+                                      VectorColumns<Taps>(job)};
     const uint32_t height = job.height;
     parallel_for<int32_t>(0, static_cast<int32_t>(bands), 1, [&](int32_t band) {
         const auto b = static_cast<uint64_t>(band);
         const auto first = static_cast<uint32_t>(b * height / bands);
         const auto last = static_cast<uint32_t>((b + 1) * height / bands);
         T* ring = reinterpret_cast<T*>(work + static_cast<size_t>(b) * ringBytes);
-        RunBand<T, Taps>(job, vectorColumns, ring, first, last);
+        RunBand<T, Taps>(job, kernels, ring, first, last);
     });
 }
 
