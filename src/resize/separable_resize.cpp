@@ -53,7 +53,7 @@ HWY_INLINE hn::Vec<D> LoadAsDouble(D d, const T* p) {
 }
 
 // 4-lane double vectors exist on the 256- and 512-bit targets.
-#if HWY_TARGET == HWY_AVX2 || HWY_TARGET == HWY_AVX3 || HWY_TARGET == HWY_AVX3_DL || HWY_TARGET == HWY_AVX3_ZEN4
+#if HWY_TARGET == HWY_AVX2 || HWY_TARGET == HWY_AVX3 || HWY_TARGET == HWY_AVX3_DL
 #define LUMO_PIXEL_LANES 1
 #else
 #define LUMO_PIXEL_LANES 0
@@ -73,6 +73,33 @@ HWY_INLINE void ResampleRowT(const unsigned char* input, T* out, uint32_t width,
         const hn::FixedTag<double, 4> d;
         const hn::Rebind<T, decltype(d)> dt;
         const T* in = reinterpret_cast<const T*>(input);
+#if HWY_TARGET == HWY_AVX3 || HWY_TARGET == HWY_AVX3_DL
+        // Two destination pixels per 8-lane vector, each in its own half.
+        const hn::FixedTag<double, 8> d8;
+        const hn::Rebind<int32_t, decltype(d8)> di8;
+        const hn::Rebind<T, decltype(d8)> dt8;
+        const hn::Rebind<T, decltype(d)> dt4;
+        const auto pairTap = [&](const uint32_t* tap, const double* w, uint32_t k) {
+            const auto first = hn::LoadU(dt4, in + static_cast<size_t>(tap[k]) * Channels);
+            const auto second = hn::LoadU(dt4, in + static_cast<size_t>(tap[Taps + k]) * Channels);
+            const auto samples = hn::PromoteTo(d8, hn::PromoteTo(di8, hn::Combine(dt8, second, first)));
+            return hn::Mul(samples, hn::Combine(d8, hn::Set(d, w[Taps + k]), hn::Set(d, w[k])));
+        };
+        for (; x + 1 < vectorColumns; x += 2) {
+            const uint32_t* tap = taps + static_cast<size_t>(x) * Taps;
+            const double* w = weights + static_cast<size_t>(x) * Taps;
+            auto v = pairTap(tap, w, 0);
+            for (uint32_t k = 1; k < Taps; ++k) v = hn::Add(v, pairTap(tap, w, k));
+            const auto samples = ToSamples<T>(d8, v);
+            T* o = out + static_cast<size_t>(x) * Channels;
+            if constexpr (Channels == 4) {
+                hn::StoreU(samples, dt8, o);
+            } else {
+                hn::StoreU(hn::LowerHalf(dt4, samples), dt4, o);
+                hn::StoreU(hn::UpperHalf(dt4, samples), dt4, o + Channels);
+            }
+        }
+#endif
         for (; x < vectorColumns; ++x) {
             const uint32_t* tap = taps + static_cast<size_t>(x) * Taps;
             const double* w = weights + static_cast<size_t>(x) * Taps;
@@ -281,7 +308,14 @@ uint32_t SeparableBandCount(const SeparableJob& job, PoolHold& pool) {
     if (job.width == 0 || job.height == 0) return 0;
     pool = HoldPool();
     const int threads = pool->threadCount();
-    return std::clamp<uint32_t>(threads < 1 ? 1u : static_cast<uint32_t>(threads), 1u, job.height);
+    // Handing a band to a worker and waiting for it costs about as much as
+    // producing some tens of thousands of samples, so small images get fewer
+    // bands (a thumbnail runs on the calling thread alone).
+    constexpr uint64_t kSamplesPerBand = uint64_t{1} << 16;
+    const uint64_t samples = uint64_t{job.channels} * job.width * job.height;
+    const uint64_t worthwhile = std::max<uint64_t>(1, samples / kSamplesPerBand);
+    const uint64_t wanted = std::min<uint64_t>(threads < 1 ? 1 : static_cast<uint64_t>(threads), worthwhile);
+    return static_cast<uint32_t>(std::min<uint64_t>(wanted, job.height));
 }
 
 std::size_t SeparableWorkBytes(const SeparableJob& job, uint32_t bytesPerSample, uint32_t bands) {

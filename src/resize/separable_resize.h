@@ -37,8 +37,9 @@ struct SeparableJob {
     const double* rowWeights;
 };
 
-/// Bands the destination rows are cut into: one per worker of the pool, at
-/// most one per destination row; 0 when the destination is empty. When there
+/// Bands the destination rows are cut into: one per worker of the pool, fewer
+/// for small images, at most one per destination row; 0 when the destination
+/// is empty. When there
 /// is work, `pool` receives a hold on the pool, which the caller keeps until
 /// the job has run, so that one pool serves the whole call.
 uint32_t SeparableBandCount(const SeparableJob& job, PoolHold& pool);
