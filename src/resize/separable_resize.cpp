@@ -138,10 +138,14 @@ HWY_INLINE void BlendRowsT(const T* const* rows, const double* weights, uint32_t
     const hn::Repartition<uint8_t, decltype(dt)> dbytes;
     const size_t lanes = hn::Lanes(d);
     hn::Vec<decltype(d)> w[Taps];
-    for (uint32_t k = 0; k < Taps; ++k) w[k] = hn::Set(d, weights[k]);
+    const T* row[Taps];  // copied, so that the stores below need not reload them
+    for (uint32_t k = 0; k < Taps; ++k) {
+        w[k] = hn::Set(d, weights[k]);
+        row[k] = rows[k];
+    }
     for (; e + lanes <= count; e += static_cast<uint32_t>(lanes)) {
-        auto v = hn::Mul(LoadAsDouble(d, rows[0] + e), w[0]);
-        for (uint32_t k = 1; k < Taps; ++k) v = hn::Add(v, hn::Mul(LoadAsDouble(d, rows[k] + e), w[k]));
+        auto v = hn::Mul(LoadAsDouble(d, row[0] + e), w[0]);
+        for (uint32_t k = 1; k < Taps; ++k) v = hn::Add(v, hn::Mul(LoadAsDouble(d, row[k] + e), w[k]));
         // Stored as bytes: a 16-bit destination row may start at an odd address.
         hn::StoreU(hn::BitCast(dbytes, ToSamples<T>(d, v)), dbytes, out + static_cast<size_t>(e) * sizeof(T));
     }
