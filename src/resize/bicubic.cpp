@@ -71,31 +71,43 @@ bool FitsIn32(std::initializer_list<uint64_t> factors) {
     return true;
 }
 
+}  // namespace
+
+LumoResult CheckCubicSizes(uint32_t channels, tagLumoSize sourceSize, tagLumoSize destinationSize,
+                           uint32_t bytesPerSample) {
+    // Row counts read as signed: a pass over fewer than 1 row does nothing.
+    const auto sourceRows = static_cast<int32_t>(sourceSize.height);
+    const auto destinationRows = static_cast<int32_t>(destinationSize.height);
+
+    // A pass with samples to produce from an empty source axis would index
+    // before its first sample.
+    if (destinationSize.width > 0 &&
+        ((sourceSize.width == 0 && sourceRows >= 1) || (sourceSize.height == 0 && destinationRows >= 1)))
+        return kLumoResultInvalidParameter;
+
+    // Block sizes are 32-bit quantities: the intermediate image is never meant
+    // to reach 4 GiB. A size that does not fit is refused like memory that
+    // cannot be had, rather than wrapped into a block too small for the image.
+    if (!FitsIn32({kCubicTaps, destinationSize.width}) || !FitsIn32({kCubicTaps, destinationSize.height}) ||
+        !FitsIn32({channels, destinationSize.width, sourceSize.height, bytesPerSample}))
+        return kLumoResultNoMemory;
+    return kLumoResultOK;
+}
+
+namespace {
+
 /// Resizes the sourceSize image at `source` (a whole image, or the first
 /// pixel of a region whose rows are sourceRowBytes apart) to the destination.
 template <class T>
 LumoResult BiCubicResize(uint32_t channels, const unsigned char* source, tagLumoSize sourceSize,
                          uint32_t sourceRowBytes, unsigned char* destination, tagLumoSize destinationSize,
                          uint32_t destinationRowBytes) {
+    const LumoResult usable = CheckCubicSizes(channels, sourceSize, destinationSize, sizeof(T));
+    if (usable != kLumoResultOK) return usable;
     const uint32_t sourceWidth = sourceSize.width;
     const uint32_t sourceHeight = sourceSize.height;
     const uint32_t width = destinationSize.width;
     const uint32_t height = destinationSize.height;
-    // Row counts read as signed: a pass over fewer than 1 row does nothing.
-    const auto sourceRows = static_cast<int32_t>(sourceHeight);
-    const auto destinationRows = static_cast<int32_t>(height);
-
-    // A pass with samples to produce from an empty source axis would index
-    // before its first sample.
-    if (width > 0 && ((sourceWidth == 0 && sourceRows >= 1) || (sourceHeight == 0 && destinationRows >= 1)))
-        return kLumoResultInvalidParameter;
-
-    // Block sizes are 32-bit quantities: the intermediate image is never meant
-    // to reach 4 GiB. A size that does not fit is refused like memory that
-    // cannot be had, rather than wrapped into a block too small for the image.
-    if (!FitsIn32({kCubicTaps, width}) || !FitsIn32({kCubicTaps, height}) ||
-        !FitsIn32({channels, width, sourceHeight, sizeof(T)}))
-        return kLumoResultNoMemory;
 
     SeparableJob job{channels, kCubicTaps, source, sourceWidth, sourceRowBytes, destination, destinationRowBytes,
                      width, height, nullptr, nullptr, nullptr, nullptr};
@@ -118,21 +130,12 @@ LumoResult BiCubicResize(uint32_t channels, const unsigned char* source, tagLumo
     return kLumoResultOK;
 }
 
-/// The first sample of a region: its row offset wraps in 32 bits like every
-/// row offset, its column offset is signed and formed in 64 bits.
-template <class T>
-const unsigned char* RegionOrigin(const unsigned char* source, uint32_t sourceRowBytes, tagLumoRect region,
-                                  uint32_t channels) {
-    return RowAt(source, static_cast<uint32_t>(region.y), sourceRowBytes) +
-           static_cast<int64_t>(region.x) * channels * static_cast<int64_t>(sizeof(T));
-}
-
 /// The region is resized as an image of its own: taps clamp to its edges, so
 /// nothing outside it is read, and the whole source's size plays no part.
 template <class T>
 LumoResult BiCubicRegion(uint32_t channels, const unsigned char* source, uint32_t sourceRowBytes, tagLumoRect region,
                          unsigned char* destination, tagLumoSize destinationSize, uint32_t destinationRowBytes) {
-    return BiCubicResize<T>(channels, RegionOrigin<T>(source, sourceRowBytes, region, channels),
+    return BiCubicResize<T>(channels, CubicRegionOrigin<T>(source, sourceRowBytes, region, channels),
                             tagLumoSize{region.width, region.height}, sourceRowBytes, destination, destinationSize,
                             destinationRowBytes);
 }

@@ -12,8 +12,6 @@
 
 #include <cmath>
 #include <cstdint>
-#include <initializer_list>
-#include <limits>
 
 #include "common/work_memory.h"
 #include "pool/thread_pool.h"
@@ -23,19 +21,6 @@
 namespace lumo::reference {
 
 namespace {
-
-/// True when the product of the factors fits in 32 bits.
-bool FitsIn32(std::initializer_list<uint64_t> factors) {
-    constexpr uint64_t kLimit = std::numeric_limits<uint32_t>::max();
-    for (const uint64_t f : factors)
-        if (f == 0) return true;
-    uint64_t product = 1;
-    for (const uint64_t f : factors) {
-        product *= f;  // both factors are below 2^32 here, so this cannot wrap
-        if (product > kLimit) return false;
-    }
-    return true;
-}
 
 /// The weighted sum of 4 taps, added in this order.
 inline double CubicSum(const double s[kCubicTaps], const double w[kCubicTaps]) {
@@ -89,6 +74,8 @@ template <class T>
 LumoResult BiCubicResize(uint32_t channels, const unsigned char* source, tagLumoSize sourceSize,
                          uint32_t sourceRowBytes, unsigned char* destination, tagLumoSize destinationSize,
                          uint32_t destinationRowBytes) {
+    const LumoResult usable = CheckCubicSizes(channels, sourceSize, destinationSize, sizeof(T));
+    if (usable != kLumoResultOK) return usable;
     const uint32_t sourceWidth = sourceSize.width;
     const uint32_t sourceHeight = sourceSize.height;
     const uint32_t width = destinationSize.width;
@@ -96,18 +83,6 @@ LumoResult BiCubicResize(uint32_t channels, const unsigned char* source, tagLumo
     // Row counts read as signed: a pass over fewer than 1 row does nothing.
     const auto sourceRows = static_cast<int32_t>(sourceHeight);
     const auto destinationRows = static_cast<int32_t>(height);
-
-    // A pass with samples to produce from an empty source axis would index
-    // before its first sample.
-    if (width > 0 && ((sourceWidth == 0 && sourceRows >= 1) || (sourceHeight == 0 && destinationRows >= 1)))
-        return kLumoResultInvalidParameter;
-
-    // Block sizes are 32-bit quantities: the intermediate image is never meant
-    // to reach 4 GiB. A size that does not fit is refused like memory that
-    // cannot be had, rather than wrapped into a block too small for the image.
-    if (!FitsIn32({kCubicTaps, width}) || !FitsIn32({kCubicTaps, height}) ||
-        !FitsIn32({channels, width, sourceHeight, sizeof(T)}))
-        return kLumoResultNoMemory;
     const uint32_t rowSamples = channels * width;
 
     const auto columnWeights = MakeWorkArray<double>(kCubicTaps * width);
@@ -134,21 +109,12 @@ LumoResult BiCubicResize(uint32_t channels, const unsigned char* source, tagLumo
     return kLumoResultOK;
 }
 
-/// The first sample of a region: its row offset wraps in 32 bits like every
-/// row offset, its column offset is signed and formed in 64 bits.
-template <class T>
-const unsigned char* RegionOrigin(const unsigned char* source, uint32_t sourceRowBytes, tagLumoRect region,
-                                  uint32_t channels) {
-    return RowAt(source, static_cast<uint32_t>(region.y), sourceRowBytes) +
-           static_cast<int64_t>(region.x) * channels * static_cast<int64_t>(sizeof(T));
-}
-
 /// The region is resized as an image of its own: taps clamp to its edges, so
 /// nothing outside it is read, and the whole source's size plays no part.
 template <class T>
 LumoResult BiCubicRegion(uint32_t channels, const unsigned char* source, uint32_t sourceRowBytes, tagLumoRect region,
                          unsigned char* destination, tagLumoSize destinationSize, uint32_t destinationRowBytes) {
-    return BiCubicResize<T>(channels, RegionOrigin<T>(source, sourceRowBytes, region, channels),
+    return BiCubicResize<T>(channels, CubicRegionOrigin<T>(source, sourceRowBytes, region, channels),
                             tagLumoSize{region.width, region.height}, sourceRowBytes, destination, destinationSize,
                             destinationRowBytes);
 }

@@ -23,28 +23,6 @@
 namespace lumo::reference {
 namespace {
 
-// The image the passes read: the whole source, or the region of it with the
-// source's row stride.
-struct InputView {
-    const unsigned char* data;
-    uint32_t rowBytes;
-    uint32_t width;
-    uint32_t height;
-};
-
-// The region starts region.y rows down (a 32-bit row offset, like every other)
-// and region.x pixels in; region.x is signed, so its offset is too. From here
-// on the region is an image of its own: indices clamp to it, never beyond.
-template <class T>
-InputView RegionView(uint32_t channels, const unsigned char* source, uint32_t sourceRowBytes,
-                     tagLumoRect region) {
-    const std::ptrdiff_t firstSample = static_cast<std::ptrdiff_t>(region.x) * static_cast<std::ptrdiff_t>(channels);
-    const unsigned char* origin = RowAt(source, static_cast<uint32_t>(region.y), sourceRowBytes) +
-                                  firstSample * static_cast<std::ptrdiff_t>(sizeof(T));
-    return {origin, sourceRowBytes, region.width, region.height};
-}
-
-// First pass: one input row, interpolated along the row to the destination width.
 template <class T>
 void InterpolateAlongRow(uint32_t channels, const unsigned char* inputRow, const uint32_t* columnTaps,
                          const double* columnWeights, uint32_t width, unsigned char* outputRow) {
@@ -80,15 +58,11 @@ void InterpolateBetweenRows(uint32_t channels, const unsigned char* intermediate
 }
 
 template <class T>
-LumoResult LinearResize(uint32_t channels, const InputView& input, unsigned char* destination,
+LumoResult LinearResize(uint32_t channels, const LinearInput& input, unsigned char* destination,
                         tagLumoSize destinationSize, uint32_t destinationRowBytes) {
     const uint32_t width = destinationSize.width;
     const uint32_t height = destinationSize.height;
-    // An empty input has no sample to interpolate from (its clamped indices
-    // would wrap to 2^32 - 1); an empty output needs none.
-    if ((input.width == 0 || input.height == 0) && width != 0 && height != 0) {
-        return kLumoResultInvalidParameter;
-    }
+    if (!LinearInputUsable(input, destinationSize)) return kLumoResultInvalidParameter;
 
     // Sizes are 32-bit products, as the row offsets are.
     const uint32_t intermediateRowBytes = channels * width * static_cast<uint32_t>(sizeof(T));
@@ -121,27 +95,27 @@ LumoResult LinearResize(uint32_t channels, const InputView& input, unsigned char
 
 LumoResult BiLinear8(uint32_t channels, const unsigned char* source, tagLumoSize sourceSize, uint32_t sourceRowBytes,
                      unsigned char* destination, tagLumoSize destinationSize, uint32_t destinationRowBytes) {
-    const InputView input{source, sourceRowBytes, sourceSize.width, sourceSize.height};
+    const LinearInput input{source, sourceRowBytes, sourceSize.width, sourceSize.height};
     return LinearResize<uint8_t>(channels, input, destination, destinationSize, destinationRowBytes);
 }
 
 LumoResult BiLinear16(uint32_t channels, const unsigned char* source, tagLumoSize sourceSize, uint32_t sourceRowBytes,
                       unsigned char* destination, tagLumoSize destinationSize, uint32_t destinationRowBytes) {
-    const InputView input{source, sourceRowBytes, sourceSize.width, sourceSize.height};
+    const LinearInput input{source, sourceRowBytes, sourceSize.width, sourceSize.height};
     return LinearResize<uint16_t>(channels, input, destination, destinationSize, destinationRowBytes);
 }
 
 LumoResult BiLinear8WithRegion(uint32_t channels, const unsigned char* source, tagLumoSize /*sourceSize*/,
                                uint32_t sourceRowBytes, tagLumoRect region, unsigned char* destination,
                                tagLumoSize destinationSize, uint32_t destinationRowBytes) {
-    return LinearResize<uint8_t>(channels, RegionView<uint8_t>(channels, source, sourceRowBytes, region),
+    return LinearResize<uint8_t>(channels, LinearRegionInput<uint8_t>(channels, source, sourceRowBytes, region),
                                  destination, destinationSize, destinationRowBytes);
 }
 
 LumoResult BiLinear16WithRegion(uint32_t channels, const unsigned char* source, tagLumoSize /*sourceSize*/,
                                 uint32_t sourceRowBytes, tagLumoRect region, unsigned char* destination,
                                 tagLumoSize destinationSize, uint32_t destinationRowBytes) {
-    return LinearResize<uint16_t>(channels, RegionView<uint16_t>(channels, source, sourceRowBytes, region),
+    return LinearResize<uint16_t>(channels, LinearRegionInput<uint16_t>(channels, source, sourceRowBytes, region),
                                   destination, destinationSize, destinationRowBytes);
 }
 
