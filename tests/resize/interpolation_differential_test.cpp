@@ -2,7 +2,9 @@
 // thousands of random small cases, then a few large ones where the vector
 // loops run many full iterations before their tails and every band of
 // destination rows reads a long run of source rows.
+#include <cstddef>
 #include <cstdint>
+#include <iterator>
 
 #include <gtest/gtest.h>
 #include <hwy/targets.h>
@@ -50,17 +52,39 @@ const DifferentialCase kLargeCases[] = {
     {8, 3, {1920, 1280}, {640, 427}, {0, 0, 1920, 1280}, 0, 0, 2, 8},
 };
 
-TEST(InterpolationDifferential, LargeImagesMatchReferenceOnEveryTarget) {
+// Extreme ratios and many workers: a destination row reading the last source
+// rows, single-pixel sides on either end, one band per destination row, and
+// enlargements whose last columns all read the final source pixel (the row
+// pass must stop its vector loads before the end of the row).
+const DifferentialCase kExtremeCases[] = {
+    {8, 3, {1, 1}, {700, 500}, {0, 0, 1, 1}, 0, 1, 4, 11},
+    {16, 4, {2, 3}, {900, 401}, {1, 1, 1, 2}, 1, 3, 7, 12},
+    {8, 4, {4000, 9}, {3, 1}, {3000, 0, 1000, 9}, 0, 0, 3, 13},
+    {16, 3, {9, 3000}, {1, 5}, {0, 1, 9, 2999}, 3, 1, 8, 14},
+    {8, 3, {300, 200}, {301, 9}, {299, 0, 1, 200}, 0, 0, 8, 15},
+    {16, 3, {641, 3}, {2000, 300}, {640, 2, 1, 1}, 5, 1, 6, 16},
+    {8, 5, {256, 256}, {255, 257}, {0, 0, 256, 256}, 0, 0, 2, 17},
+};
+
+void ExpectBothMethodsMatchOnEveryTarget(const DifferentialCase* cases, size_t count) {
     for (const int64_t target : hwy::SupportedAndGeneratedTargets()) {
         hwy::SetSupportedTargetsForTest(target);
         SCOPED_TRACE(hwy::TargetName(target));
-        for (const DifferentialCase& c : kLargeCases) {
-            lumo::test::ExpectFastMatchesReference(kBiLinear, c);
-            lumo::test::ExpectFastMatchesReference(kBiCubic, c);
+        for (size_t i = 0; i < count; ++i) {
+            lumo::test::ExpectFastMatchesReference(kBiLinear, cases[i]);
+            lumo::test::ExpectFastMatchesReference(kBiCubic, cases[i]);
         }
     }
     hwy::SetSupportedTargetsForTest(0);
     Set_ProcessorNum(0);
+}
+
+TEST(InterpolationDifferential, LargeImagesMatchReferenceOnEveryTarget) {
+    ExpectBothMethodsMatchOnEveryTarget(kLargeCases, std::size(kLargeCases));
+}
+
+TEST(InterpolationDifferential, ExtremeShapesMatchReferenceOnEveryTarget) {
+    ExpectBothMethodsMatchOnEveryTarget(kExtremeCases, std::size(kExtremeCases));
 }
 
 }  // namespace
