@@ -6,13 +6,17 @@
 // convert to double and back exactly (every such integer is a double), and
 // no sum is NaN (finite samples and weights), so Max then Min clamps exactly
 // as the two comparisons of ClampTruncate do and the conversion truncates
-// toward zero: a lane computes the bits the scalar loop computes.
+// toward zero: a lane computes the bits the scalar loop computes. Every sum
+// starts from its first product; the bilinear column pass was written as
+// 0.0 + p0 * w0 + ..., and 0.0 + p differs from p only for p = -0.0, which
+// becomes +0.0, and both clamp to the sample 0.
 //
 // The row pass works one destination pixel at a time, its channels in the
-// lanes of a 4-lane vector (3- and 4-channel images, the common ones): the
-// four samples of a tap pixel are one small load, its weight one broadcast.
-// Gathering taps across pixels instead measured slower on the processors at
-// hand. The column pass reads its rows contiguously, a full vector at a time.
+// lanes of a 4-lane vector (3- and 4-channel images, the common ones; two
+// pixels per 8-lane vector on 512-bit targets): the four samples of a tap
+// pixel are one small load, its weight one broadcast. Gathering taps across
+// pixels instead measured slower on the processors at hand. The column pass
+// reads its rows contiguously, a full vector at a time.
 
 #undef HWY_TARGET_INCLUDE
 #define HWY_TARGET_INCLUDE "resize/separable_resize.cpp"
