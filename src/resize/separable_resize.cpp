@@ -295,7 +295,7 @@ void RunBand(const SeparableJob& job, const RowKernels<T, Taps>& kernels, T* rin
             rows[k] = slot;
         }
         kernels.blendRows(rows, job.rowWeights + static_cast<size_t>(y) * Taps, rowSamples,
-                  RowAt(job.destination, y, job.destinationRowBytes));
+                          RowAt(job.destination, y, job.destinationRowBytes));
     }
 }
 
@@ -335,7 +335,10 @@ uint32_t SeparableBandCount(const SeparableJob& job, PoolHold& pool) {
     // producing some tens of thousands of samples, so small images get fewer
     // bands (a thumbnail runs on the calling thread alone).
     constexpr uint64_t kSamplesPerBand = uint64_t{1} << 16;
-    const uint64_t samples = uint64_t{job.channels} * job.width * job.height;
+    const uint64_t rowSamples = uint64_t{job.channels} * job.width;
+    const uint64_t samples = rowSamples > std::numeric_limits<uint64_t>::max() / job.height
+                                 ? std::numeric_limits<uint64_t>::max()
+                                 : rowSamples * job.height;
     const uint64_t worthwhile = std::max<uint64_t>(1, samples / kSamplesPerBand);
     const uint64_t wanted = std::min<uint64_t>(threads < 1 ? 1 : static_cast<uint64_t>(threads), worthwhile);
     return static_cast<uint32_t>(std::min<uint64_t>(wanted, job.height));
