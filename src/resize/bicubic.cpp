@@ -1,10 +1,14 @@
-// Cubic-convolution resize: a horizontal pass resamples every source row to
-// the destination width into an intermediate image, then a vertical pass
-// resamples its columns to the destination height. Each pass takes 4 taps per
-// output sample from a table built once per call, so the row bodies run
-// without edge tests. The intermediate image holds samples of the output
-// type: the horizontal result is clamped and truncated before the vertical
-// pass reads it, and that loss of precision is part of the output.
+// Cubic-convolution resize: a horizontal pass resamples source rows to the
+// destination width, then a vertical pass resamples the columns to the
+// destination height. Each pass takes 4 taps per output sample from a table
+// built once per call, so the row bodies run without edge tests. Between the
+// passes the values are samples of the output type: the horizontal result is
+// clamped and truncated before the vertical pass reads it, and that loss of
+// precision is part of the output.
+//
+// The passes run fused per band of destination rows (separable_resize.h),
+// which resamples only the source rows some destination row reads; the plain
+// two-pass form is bicubic_reference.cpp.
 #include "resize/bicubic.h"
 
 #include <cmath>
@@ -13,9 +17,9 @@
 #include <limits>
 
 #include "common/work_memory.h"
-#include "pool/thread_pool.h"
 #include "resize/kernels.h"
 #include "resize/sample_access.h"
+#include "resize/separable_resize.h"
 
 namespace lumo {
 
@@ -67,51 +71,30 @@ bool FitsIn32(std::initializer_list<uint64_t> factors) {
     return true;
 }
 
-/// The weighted sum of 4 taps, added in this order.
-inline double CubicSum(const double s[kCubicTaps], const double w[kCubicTaps]) {
-    return ((s[0] * w[0] + s[1] * w[1]) + s[2] * w[2]) + s[3] * w[3];
+}  // namespace
+
+LumoResult CheckCubicSizes(uint32_t channels, tagLumoSize sourceSize, tagLumoSize destinationSize,
+                           uint32_t bytesPerSample) {
+    // Row counts read as signed: a pass over fewer than 1 row does nothing.
+    const auto sourceRows = static_cast<int32_t>(sourceSize.height);
+    const auto destinationRows = static_cast<int32_t>(destinationSize.height);
+
+    // A pass with samples to produce from an empty source axis would index
+    // before its first sample.
+    if (destinationSize.width > 0 &&
+        ((sourceSize.width == 0 && sourceRows >= 1) || (sourceSize.height == 0 && destinationRows >= 1)))
+        return kLumoResultInvalidParameter;
+
+    // Block sizes are 32-bit quantities: the intermediate image is never meant
+    // to reach 4 GiB. A size that does not fit is refused like memory that
+    // cannot be had, rather than wrapped into a block too small for the image.
+    if (!FitsIn32({kCubicTaps, destinationSize.width}) || !FitsIn32({kCubicTaps, destinationSize.height}) ||
+        !FitsIn32({channels, destinationSize.width, sourceSize.height, bytesPerSample}))
+        return kLumoResultNoMemory;
+    return kLumoResultOK;
 }
 
-/// Resamples one source row to `width` pixels of the intermediate image.
-template <class T>
-void CubicRowHorizontal(const unsigned char* sourceRow, T* intermediateRow, uint32_t channels, uint32_t width,
-                        const uint32_t* columnTaps, const double* columnWeights) {
-    for (uint32_t x = 0; x < width; ++x) {
-        const uint32_t* tap = columnTaps + static_cast<size_t>(x) * kCubicTaps;
-        const double* w = columnWeights + static_cast<size_t>(x) * kCubicTaps;
-        for (uint32_t c = 0; c < channels; ++c) {
-            const double s[kCubicTaps] = {
-                static_cast<double>(LoadSample<T>(sourceRow, tap[0] * channels + c)),
-                static_cast<double>(LoadSample<T>(sourceRow, tap[1] * channels + c)),
-                static_cast<double>(LoadSample<T>(sourceRow, tap[2] * channels + c)),
-                static_cast<double>(LoadSample<T>(sourceRow, tap[3] * channels + c)),
-            };
-            intermediateRow[x * channels + c] = ClampTruncate<T>(CubicSum(s, w));
-        }
-    }
-}
-
-/// Produces one destination row from the 4 intermediate rows that `tap` names.
-/// Intermediate rows are `rowSamples` samples long and packed.
-template <class T>
-void CubicRowVertical(const T* intermediate, uint32_t rowSamples, const uint32_t* tap, const double* w,
-                      unsigned char* destinationRow) {
-    const T* rows[kCubicTaps] = {
-        intermediate + tap[0] * rowSamples,
-        intermediate + tap[1] * rowSamples,
-        intermediate + tap[2] * rowSamples,
-        intermediate + tap[3] * rowSamples,
-    };
-    for (uint32_t e = 0; e < rowSamples; ++e) {
-        const double s[kCubicTaps] = {
-            static_cast<double>(rows[0][e]),
-            static_cast<double>(rows[1][e]),
-            static_cast<double>(rows[2][e]),
-            static_cast<double>(rows[3][e]),
-        };
-        StoreSample<T>(destinationRow, e, ClampTruncate<T>(CubicSum(s, w)));
-    }
-}
+namespace {
 
 /// Resizes the sourceSize image at `source` (a whole image, or the first
 /// pixel of a region whose rows are sourceRowBytes apart) to the destination.
@@ -119,58 +102,32 @@ template <class T>
 LumoResult BiCubicResize(uint32_t channels, const unsigned char* source, tagLumoSize sourceSize,
                          uint32_t sourceRowBytes, unsigned char* destination, tagLumoSize destinationSize,
                          uint32_t destinationRowBytes) {
+    const LumoResult usable = CheckCubicSizes(channels, sourceSize, destinationSize, sizeof(T));
+    if (usable != kLumoResultOK) return usable;
     const uint32_t sourceWidth = sourceSize.width;
     const uint32_t sourceHeight = sourceSize.height;
     const uint32_t width = destinationSize.width;
     const uint32_t height = destinationSize.height;
-    // Row counts read as signed: a pass over fewer than 1 row does nothing.
-    const auto sourceRows = static_cast<int32_t>(sourceHeight);
-    const auto destinationRows = static_cast<int32_t>(height);
 
-    // A pass with samples to produce from an empty source axis would index
-    // before its first sample.
-    if (width > 0 && ((sourceWidth == 0 && sourceRows >= 1) || (sourceHeight == 0 && destinationRows >= 1)))
-        return kLumoResultInvalidParameter;
-
-    // Block sizes are 32-bit quantities: the intermediate image is never meant
-    // to reach 4 GiB. A size that does not fit is refused like memory that
-    // cannot be had, rather than wrapped into a block too small for the image.
-    if (!FitsIn32({kCubicTaps, width}) || !FitsIn32({kCubicTaps, height}) ||
-        !FitsIn32({channels, width, sourceHeight, sizeof(T)}))
-        return kLumoResultNoMemory;
-    const uint32_t rowSamples = channels * width;
-
+    SeparableJob job{channels, kCubicTaps, source, sourceWidth, sourceRowBytes, destination, destinationRowBytes,
+                     width, height, nullptr, nullptr, nullptr, nullptr};
+    PoolHold pool;
+    const uint32_t bands = SeparableBandCount(job, pool);
     const auto columnWeights = MakeWorkArray<double>(kCubicTaps * width);
     const auto rowWeights = MakeWorkArray<double>(kCubicTaps * height);
     const auto columnTaps = MakeWorkArray<uint32_t>(kCubicTaps * width);
     const auto rowTaps = MakeWorkArray<uint32_t>(kCubicTaps * height);
-    const auto intermediate = MakeWorkArray<T>(rowSamples * sourceHeight);
-    if (!columnWeights || !rowWeights || !columnTaps || !rowTaps || !intermediate) return kLumoResultNoMemory;
+    const auto work = MakeWorkArray<unsigned char>(SeparableWorkBytes(job, sizeof(T), bands));
+    if (!columnWeights || !rowWeights || !columnTaps || !rowTaps || !work) return kLumoResultNoMemory;
 
-    // Every source row is resampled, also rows that no destination row uses.
     BuildCubicTaps(width, sourceWidth, columnTaps.get(), columnWeights.get());
-    parallel_for(0, sourceRows, 1, [&](int y) {
-        const auto row = static_cast<uint32_t>(y);
-        CubicRowHorizontal<T>(RowAt(source, row, sourceRowBytes), intermediate.get() + row * rowSamples, channels,
-                              width, columnTaps.get(), columnWeights.get());
-    });
-
     BuildCubicTaps(height, sourceHeight, rowTaps.get(), rowWeights.get());
-    parallel_for(0, destinationRows, 1, [&](int y) {
-        const auto row = static_cast<uint32_t>(y);
-        CubicRowVertical<T>(intermediate.get(), rowSamples, rowTaps.get() + row * kCubicTaps,
-                            rowWeights.get() + row * kCubicTaps, RowAt(destination, row, destinationRowBytes));
-    });
+    job.columnTaps = columnTaps.get();
+    job.columnWeights = columnWeights.get();
+    job.rowTaps = rowTaps.get();
+    job.rowWeights = rowWeights.get();
+    RunSeparable<T>(job, work.get(), bands);
     return kLumoResultOK;
-}
-
-/// The first sample of a region: its row offset wraps in 32 bits like every
-/// row offset, its column offset is signed and formed in 64 bits.
-template <class T>
-const unsigned char* RegionOrigin(const unsigned char* source, uint32_t sourceRowBytes, tagLumoRect region,
-                                  uint32_t channels) {
-    return RowAt(source, static_cast<uint32_t>(region.y), sourceRowBytes) +
-           static_cast<int64_t>(region.x) * channels * static_cast<int64_t>(sizeof(T));
 }
 
 /// The region is resized as an image of its own: taps clamp to its edges, so
@@ -178,7 +135,7 @@ const unsigned char* RegionOrigin(const unsigned char* source, uint32_t sourceRo
 template <class T>
 LumoResult BiCubicRegion(uint32_t channels, const unsigned char* source, uint32_t sourceRowBytes, tagLumoRect region,
                          unsigned char* destination, tagLumoSize destinationSize, uint32_t destinationRowBytes) {
-    return BiCubicResize<T>(channels, RegionOrigin<T>(source, sourceRowBytes, region, channels),
+    return BiCubicResize<T>(channels, CubicRegionOrigin<T>(source, sourceRowBytes, region, channels),
                             tagLumoSize{region.width, region.height}, sourceRowBytes, destination, destinationSize,
                             destinationRowBytes);
 }

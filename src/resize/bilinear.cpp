@@ -1,11 +1,12 @@
-// Bilinear scaling in two separable passes: along the rows into an
-// intermediate image of destination width and input height, then along the
-// columns into the destination. The intermediate holds samples of the output
-// type, so the first pass's values are clamped and truncated before the second
-// pass reads them; that reduction is part of the output values.
+// Bilinear scaling in two separable passes: along the rows to the destination
+// width, then along the columns into the destination. The values between the
+// passes are samples of the output type, clamped and truncated; that
+// reduction is part of the output values.
 //
 // Every product and sum is rounded separately in double, in the order
-// written, in both passes.
+// written, in both passes. The passes run fused per band of destination rows
+// (separable_resize.h), which computes only the input rows that some
+// destination row reads; the plain two-pass form is bilinear_reference.cpp.
 #include "resize/bilinear.h"
 
 #include <cmath>
@@ -13,9 +14,9 @@
 #include <cstdint>
 
 #include "common/work_memory.h"
-#include "pool/thread_pool.h"
 #include "resize/kernels.h"
 #include "resize/sample_access.h"
+#include "resize/separable_resize.h"
 
 namespace lumo {
 namespace {
@@ -26,97 +27,32 @@ uint32_t ClampIndex(int32_t index, uint32_t length) {
     return static_cast<uint32_t>(index);
 }
 
-// The image the passes read: the whole source, or the region of it with the
-// source's row stride.
-struct InputView {
-    const unsigned char* data;
-    uint32_t rowBytes;
-    uint32_t width;
-    uint32_t height;
-};
-
-// The region starts region.y rows down (a 32-bit row offset, like every other)
-// and region.x pixels in; region.x is signed, so its offset is too. From here
-// on the region is an image of its own: indices clamp to it, never beyond.
 template <class T>
-InputView RegionView(uint32_t channels, const unsigned char* source, uint32_t sourceRowBytes,
-                     tagLumoRect region) {
-    const std::ptrdiff_t firstSample = static_cast<std::ptrdiff_t>(region.x) * static_cast<std::ptrdiff_t>(channels);
-    const unsigned char* origin = RowAt(source, static_cast<uint32_t>(region.y), sourceRowBytes) +
-                                  firstSample * static_cast<std::ptrdiff_t>(sizeof(T));
-    return {origin, sourceRowBytes, region.width, region.height};
-}
-
-// First pass: one input row, interpolated along the row to the destination width.
-template <class T>
-void InterpolateAlongRow(uint32_t channels, const unsigned char* inputRow, const uint32_t* columnTaps,
-                         const double* columnWeights, uint32_t width, unsigned char* outputRow) {
-    for (uint32_t x = 0; x < width; ++x) {
-        const uint32_t* taps = columnTaps + x * kLinearTaps;
-        const double* weights = columnWeights + x * kLinearTaps;
-        for (uint32_t c = 0; c < channels; ++c) {
-            const double s0 = LoadSample<T>(inputRow, taps[0] * channels + c);
-            const double s1 = LoadSample<T>(inputRow, taps[1] * channels + c);
-            const double value = s0 * weights[0] + s1 * weights[1];
-            StoreSample<T>(outputRow, x * channels + c, ClampTruncate<T>(value));
-        }
-    }
-}
-
-// Second pass: one destination row, interpolated between the two intermediate
-// rows that `rowTaps` names.
-template <class T>
-void InterpolateBetweenRows(uint32_t channels, const unsigned char* intermediate, uint32_t intermediateRowBytes,
-                            const uint32_t* rowTaps, const double* rowWeights, uint32_t width,
-                            unsigned char* outputRow) {
-    const unsigned char* rows[kLinearTaps];
-    for (uint32_t k = 0; k < kLinearTaps; ++k) rows[k] = RowAt(intermediate, rowTaps[k], intermediateRowBytes);
-    for (uint32_t x = 0; x < width; ++x) {
-        for (uint32_t c = 0; c < channels; ++c) {
-            double acc = 0.0;
-            for (uint32_t k = 0; k < kLinearTaps; ++k) {
-                acc = acc + static_cast<double>(LoadSample<T>(rows[k], x * channels + c)) * rowWeights[k];
-            }
-            StoreSample<T>(outputRow, x * channels + c, ClampTruncate<T>(acc));
-        }
-    }
-}
-
-template <class T>
-LumoResult LinearResize(uint32_t channels, const InputView& input, unsigned char* destination,
+LumoResult LinearResize(uint32_t channels, const LinearInput& input, unsigned char* destination,
                         tagLumoSize destinationSize, uint32_t destinationRowBytes) {
     const uint32_t width = destinationSize.width;
     const uint32_t height = destinationSize.height;
-    // An empty input has no sample to interpolate from (its clamped indices
-    // would wrap to 2^32 - 1); an empty output needs none.
-    if ((input.width == 0 || input.height == 0) && width != 0 && height != 0) {
-        return kLumoResultInvalidParameter;
-    }
+    if (!LinearInputUsable(input, destinationSize)) return kLumoResultInvalidParameter;
 
-    // Sizes are 32-bit products, as the row offsets are.
-    const uint32_t intermediateRowBytes = channels * width * static_cast<uint32_t>(sizeof(T));
+    SeparableJob job{channels, kLinearTaps, input.data, input.width, input.rowBytes, destination, destinationRowBytes,
+                     width, height, nullptr, nullptr, nullptr, nullptr};
+    PoolHold pool;
+    const uint32_t bands = SeparableBandCount(job, pool);
+    // Table counts are 32-bit products, as they always were.
     const WorkArray<double> columnWeights = MakeWorkArray<double>(kLinearTaps * width);
     const WorkArray<double> rowWeights = MakeWorkArray<double>(kLinearTaps * height);
     const WorkArray<uint32_t> columnTaps = MakeWorkArray<uint32_t>(kLinearTaps * width);
     const WorkArray<uint32_t> rowTaps = MakeWorkArray<uint32_t>(kLinearTaps * height);
-    const WorkArray<unsigned char> intermediate = MakeWorkArray<unsigned char>(intermediateRowBytes * input.height);
-    if (!columnWeights || !rowWeights || !columnTaps || !rowTaps || !intermediate) return kLumoResultNoMemory;
+    const WorkArray<unsigned char> work = MakeWorkArray<unsigned char>(SeparableWorkBytes(job, sizeof(T), bands));
+    if (!columnWeights || !rowWeights || !columnTaps || !rowTaps || !work) return kLumoResultNoMemory;
 
     BuildLinearTaps(width, input.width, columnTaps.get(), columnWeights.get());
-    parallel_for<int32_t>(0, static_cast<int32_t>(input.height), 1, [&](int32_t r) {
-        const auto row = static_cast<uint32_t>(r);
-        InterpolateAlongRow<T>(channels, RowAt(input.data, row, input.rowBytes), columnTaps.get(),
-                               columnWeights.get(), width, RowAt(intermediate.get(), row, intermediateRowBytes));
-    });
-
-    // Built only now: the first pass has finished with the intermediate.
     BuildLinearTaps(height, input.height, rowTaps.get(), rowWeights.get());
-    parallel_for<int32_t>(0, static_cast<int32_t>(height), 1, [&](int32_t y) {
-        const auto row = static_cast<uint32_t>(y);
-        InterpolateBetweenRows<T>(channels, intermediate.get(), intermediateRowBytes, rowTaps.get() + row * kLinearTaps,
-                                  rowWeights.get() + row * kLinearTaps, width,
-                                  RowAt(destination, row, destinationRowBytes));
-    });
+    job.columnTaps = columnTaps.get();
+    job.columnWeights = columnWeights.get();
+    job.rowTaps = rowTaps.get();
+    job.rowWeights = rowWeights.get();
+    RunSeparable<T>(job, work.get(), bands);
     return kLumoResultOK;
 }
 
@@ -147,27 +83,27 @@ void BuildLinearTaps(uint32_t count, uint32_t sourceCount, uint32_t* taps, doubl
 
 LumoResult BiLinear8(uint32_t channels, const unsigned char* source, tagLumoSize sourceSize, uint32_t sourceRowBytes,
                      unsigned char* destination, tagLumoSize destinationSize, uint32_t destinationRowBytes) {
-    const InputView input{source, sourceRowBytes, sourceSize.width, sourceSize.height};
+    const LinearInput input{source, sourceRowBytes, sourceSize.width, sourceSize.height};
     return LinearResize<uint8_t>(channels, input, destination, destinationSize, destinationRowBytes);
 }
 
 LumoResult BiLinear16(uint32_t channels, const unsigned char* source, tagLumoSize sourceSize, uint32_t sourceRowBytes,
                       unsigned char* destination, tagLumoSize destinationSize, uint32_t destinationRowBytes) {
-    const InputView input{source, sourceRowBytes, sourceSize.width, sourceSize.height};
+    const LinearInput input{source, sourceRowBytes, sourceSize.width, sourceSize.height};
     return LinearResize<uint16_t>(channels, input, destination, destinationSize, destinationRowBytes);
 }
 
 LumoResult BiLinear8WithRegion(uint32_t channels, const unsigned char* source, tagLumoSize /*sourceSize*/,
                                uint32_t sourceRowBytes, tagLumoRect region, unsigned char* destination,
                                tagLumoSize destinationSize, uint32_t destinationRowBytes) {
-    return LinearResize<uint8_t>(channels, RegionView<uint8_t>(channels, source, sourceRowBytes, region),
+    return LinearResize<uint8_t>(channels, LinearRegionInput<uint8_t>(channels, source, sourceRowBytes, region),
                                  destination, destinationSize, destinationRowBytes);
 }
 
 LumoResult BiLinear16WithRegion(uint32_t channels, const unsigned char* source, tagLumoSize /*sourceSize*/,
                                 uint32_t sourceRowBytes, tagLumoRect region, unsigned char* destination,
                                 tagLumoSize destinationSize, uint32_t destinationRowBytes) {
-    return LinearResize<uint16_t>(channels, RegionView<uint16_t>(channels, source, sourceRowBytes, region),
+    return LinearResize<uint16_t>(channels, LinearRegionInput<uint16_t>(channels, source, sourceRowBytes, region),
                                   destination, destinationSize, destinationRowBytes);
 }
 

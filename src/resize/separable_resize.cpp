@@ -1,0 +1,376 @@
+// The fused band engine of the interpolating resizes; see separable_resize.h.
+//
+// Both passes are vectorised across output samples, never across taps: each
+// lane holds one output sample and sums its own products in the scalar order,
+// multiplying and adding separately (never fused). 8- and 16-bit samples
+// convert to double and back exactly (every such integer is a double), and
+// no sum is NaN (finite samples and weights), so Max then Min clamps exactly
+// as the two comparisons of ClampTruncate do and the conversion truncates
+// toward zero: a lane computes the bits the scalar loop computes. Every sum
+// starts from its first product; the bilinear column pass was written as
+// 0.0 + p0 * w0 + ..., and 0.0 + p differs from p only for p = -0.0, which
+// becomes +0.0, and both clamp to the sample 0.
+//
+// The row pass works one destination pixel at a time, its channels in the
+// lanes of a 4-lane vector (3- and 4-channel images, the common ones; two
+// pixels per 8-lane vector on 512-bit targets): the four samples of a tap
+// pixel are one small load, its weight one broadcast. Gathering taps across
+// pixels instead measured slower on the processors at hand. The column pass
+// reads its rows contiguously, a full vector at a time.
+
+#undef HWY_TARGET_INCLUDE
+#define HWY_TARGET_INCLUDE "resize/separable_resize.cpp"
+#include <hwy/foreach_target.h>  // IWYU pragma: keep
+#include <hwy/highway.h>
+
+#include <algorithm>
+#include <cstddef>
+#include <cstdint>
+#include <limits>
+#include <optional>
+
+#include "pool/thread_pool.h"
+#include "resize/sample_access.h"
+#include "resize/separable_resize.h"
+#include "resize/separable_rows.h"
+
+HWY_BEFORE_NAMESPACE();
+namespace lumo {
+namespace HWY_NAMESPACE {
+namespace hn = hwy::HWY_NAMESPACE;
+
+/// Clamps each lane to the sample range and truncates it to T.
+template <class T, class D>
+HWY_INLINE auto ToSamples(D d, hn::Vec<D> v) {
+    const hn::Rebind<int32_t, D> di;
+    const hn::Rebind<T, D> dt;
+    v = hn::Min(hn::Max(v, hn::Zero(d)), hn::Set(d, kSampleMax<T>));
+    return hn::DemoteTo(dt, hn::DemoteTo(di, v));
+}
+
+/// The samples at `p` as doubles, one per lane of d.
+template <class T, class D>
+HWY_INLINE hn::Vec<D> LoadAsDouble(D d, const T* p) {
+    const hn::Rebind<int32_t, D> di;
+    const hn::Rebind<T, D> dt;
+    return hn::PromoteTo(d, hn::PromoteTo(di, hn::LoadU(dt, p)));
+}
+
+// 4-lane double vectors exist on the 256- and 512-bit targets.
+#if HWY_TARGET == HWY_AVX2 || HWY_TARGET == HWY_AVX3 || HWY_TARGET == HWY_AVX3_DL
+#define LUMO_PIXEL_LANES 1
+#else
+#define LUMO_PIXEL_LANES 0
+#endif
+
+/// Asks the cache for the bytes 1024 samples after `p`. The address may lie
+/// past the row's end: it is formed as an integer and only ever prefetched,
+/// which never faults.
+template <class T>
+HWY_INLINE void PrefetchAhead(const T* p) {
+    constexpr uintptr_t kAhead = 1024 * sizeof(T);
+    __builtin_prefetch(reinterpret_cast<const void*>(reinterpret_cast<uintptr_t>(p) + kAhead));
+}
+
+/// One input row resampled along the row to `width` pixels. Pixels below
+/// `vectorColumns` go through the vector loop, which loads 4 samples from
+/// every tap pixel (one past a 3-channel pixel) and stores 4 samples per
+/// destination pixel (for 3 channels, the extra one is overwritten by the
+/// next pixel); the caller chose vectorColumns so that neither leaves its row.
+template <class T, uint32_t Taps, uint32_t Channels>
+HWY_INLINE void ResampleRowT(const unsigned char* input, T* out, uint32_t width, uint32_t vectorColumns,
+                             const uint32_t* taps, const double* weights) {
+    uint32_t x = 0;
+#if LUMO_PIXEL_LANES
+    if constexpr (Channels == 3 || Channels == 4) {
+        const hn::FixedTag<double, 4> d;
+        const hn::Rebind<T, decltype(d)> dt;
+        const T* in = reinterpret_cast<const T*>(input);
+#if HWY_TARGET == HWY_AVX3 || HWY_TARGET == HWY_AVX3_DL
+        // Two destination pixels per 8-lane vector, each in its own half.
+        const hn::FixedTag<double, 8> d8;
+        const hn::Rebind<int32_t, decltype(d8)> di8;
+        const hn::Rebind<T, decltype(d8)> dt8;
+        const hn::Rebind<T, decltype(d)> dt4;
+        const auto pairTap = [&](const uint32_t* tap, const double* w, uint32_t k) {
+            const auto first = hn::LoadU(dt4, in + static_cast<size_t>(tap[k]) * Channels);
+            const auto second = hn::LoadU(dt4, in + static_cast<size_t>(tap[Taps + k]) * Channels);
+            const auto samples = hn::PromoteTo(d8, hn::PromoteTo(di8, hn::Combine(dt8, second, first)));
+            return hn::Mul(samples, hn::Combine(d8, hn::Set(d, w[Taps + k]), hn::Set(d, w[k])));
+        };
+        for (; x + 1 < vectorColumns; x += 2) {
+            const uint32_t* tap = taps + static_cast<size_t>(x) * Taps;
+            const double* w = weights + static_cast<size_t>(x) * Taps;
+            // The hardware prefetchers follow the two to four rows being read too
+            // late when a reduction skips most of each row's bytes: asking for
+            // the bytes some pixels ahead of the last tap saves about a fifth
+            // of a large reduction's time.
+            PrefetchAhead(in + static_cast<size_t>(tap[Taps - 1]) * Channels);
+            auto v = pairTap(tap, w, 0);
+            for (uint32_t k = 1; k < Taps; ++k) v = hn::Add(v, pairTap(tap, w, k));
+            const auto samples = ToSamples<T>(d8, v);
+            T* o = out + static_cast<size_t>(x) * Channels;
+            if constexpr (Channels == 4) {
+                hn::StoreU(samples, dt8, o);
+            } else {
+                hn::StoreU(hn::LowerHalf(dt4, samples), dt4, o);
+                hn::StoreU(hn::UpperHalf(dt4, samples), dt4, o + Channels);
+            }
+        }
+#endif
+        for (; x < vectorColumns; ++x) {
+            const uint32_t* tap = taps + static_cast<size_t>(x) * Taps;
+            const double* w = weights + static_cast<size_t>(x) * Taps;
+            PrefetchAhead(in + static_cast<size_t>(tap[Taps - 1]) * Channels);
+            auto v = hn::Mul(LoadAsDouble(d, in + static_cast<size_t>(tap[0]) * Channels), hn::Set(d, w[0]));
+            for (uint32_t k = 1; k < Taps; ++k)
+                v = hn::Add(v, hn::Mul(LoadAsDouble(d, in + static_cast<size_t>(tap[k]) * Channels), hn::Set(d, w[k])));
+            hn::StoreU(ToSamples<T>(d, v), dt, out + static_cast<size_t>(x) * Channels);
+        }
+    }
+#else
+    (void)vectorColumns;
+#endif
+    ResampleRowScalar<T, Taps, Channels>(input, out, Channels, x, width, taps, weights);
+}
+
+template <class T, uint32_t Taps>
+HWY_INLINE void ResampleRowChannels(const unsigned char* input, T* out, uint32_t channels, uint32_t width,
+                                    uint32_t vectorColumns, const uint32_t* taps, const double* weights) {
+    switch (channels) {
+        case 1: return ResampleRowT<T, Taps, 1>(input, out, width, vectorColumns, taps, weights);
+        case 2: return ResampleRowT<T, Taps, 2>(input, out, width, vectorColumns, taps, weights);
+        case 3: return ResampleRowT<T, Taps, 3>(input, out, width, vectorColumns, taps, weights);
+        case 4: return ResampleRowT<T, Taps, 4>(input, out, width, vectorColumns, taps, weights);
+        default: return ResampleRowScalar<T, Taps, 0>(input, out, channels, 0, width, taps, weights);
+    }
+}
+
+/// One destination row from the `Taps` intermediate rows `rows`, a full
+/// vector of samples at a time.
+template <class T, uint32_t Taps>
+HWY_INLINE void BlendRowsT(const T* const* rows, const double* weights, uint32_t count, unsigned char* out) {
+    uint32_t e = 0;
+#if HWY_TARGET != HWY_SCALAR
+    const hn::ScalableTag<double> d;
+    const hn::Rebind<T, decltype(d)> dt;
+    const hn::Repartition<uint8_t, decltype(dt)> dbytes;
+    const size_t lanes = hn::Lanes(d);
+    hn::Vec<decltype(d)> w[Taps];
+    const T* row[Taps];  // copied, so that the stores below need not reload them
+    for (uint32_t k = 0; k < Taps; ++k) {
+        w[k] = hn::Set(d, weights[k]);
+        row[k] = rows[k];
+    }
+    const auto blend = [&](uint32_t at) {
+        auto v = hn::Mul(LoadAsDouble(d, row[0] + at), w[0]);
+        for (uint32_t k = 1; k < Taps; ++k) v = hn::Add(v, hn::Mul(LoadAsDouble(d, row[k] + at), w[k]));
+        return v;
+    };
+    // Two vectors at a time narrow to samples together, which halves the
+    // narrowing work per sample. Stored as bytes: a 16-bit destination row may
+    // start at an odd address.
+    const hn::Rebind<int32_t, decltype(d)> di;
+    const hn::Twice<decltype(di)> di2;
+    const hn::Rebind<T, decltype(di2)> dt2;
+    const hn::Repartition<uint8_t, decltype(dt2)> dbytes2;
+    const auto top = hn::Set(d, kSampleMax<T>);
+    for (; e + 2 * lanes <= count; e += static_cast<uint32_t>(2 * lanes)) {
+        const auto low = hn::DemoteTo(di, hn::Min(hn::Max(blend(e), hn::Zero(d)), top));
+        const auto high = hn::DemoteTo(di, hn::Min(hn::Max(blend(e + static_cast<uint32_t>(lanes)), hn::Zero(d)), top));
+        const auto samples = hn::DemoteTo(dt2, hn::Combine(di2, high, low));
+        hn::StoreU(hn::BitCast(dbytes2, samples), dbytes2, out + static_cast<size_t>(e) * sizeof(T));
+    }
+    for (; e + lanes <= count; e += static_cast<uint32_t>(lanes)) {
+        hn::StoreU(hn::BitCast(dbytes, ToSamples<T>(d, blend(e))), dbytes, out + static_cast<size_t>(e) * sizeof(T));
+    }
+#endif
+    BlendRowsScalar<T, Taps>(rows, weights, e, count, out);
+}
+
+#define LUMO_SEPARABLE_ROW_KERNELS(Bits, Taps)                                                                  \
+    void ResampleRow##Bits##x##Taps(const unsigned char* input, uint##Bits##_t* out, uint32_t channels,         \
+                                    uint32_t width, uint32_t vectorColumns, const uint32_t* taps,               \
+                                    const double* weights) {                                                    \
+        ResampleRowChannels<uint##Bits##_t, Taps>(input, out, channels, width, vectorColumns, taps, weights);   \
+    }                                                                                                           \
+    void BlendRows##Bits##x##Taps(const uint##Bits##_t* const* rows, const double* weights, uint32_t count,    \
+                                  unsigned char* out) {                                                         \
+        BlendRowsT<uint##Bits##_t, Taps>(rows, weights, count, out);                                            \
+    }
+LUMO_SEPARABLE_ROW_KERNELS(8, 2)
+LUMO_SEPARABLE_ROW_KERNELS(8, 4)
+LUMO_SEPARABLE_ROW_KERNELS(16, 2)
+LUMO_SEPARABLE_ROW_KERNELS(16, 4)
+#undef LUMO_SEPARABLE_ROW_KERNELS
+#undef LUMO_PIXEL_LANES
+
+}  // namespace HWY_NAMESPACE
+}  // namespace lumo
+HWY_AFTER_NAMESPACE();
+
+#if HWY_ONCE
+namespace lumo {
+
+HWY_EXPORT(ResampleRow8x2);
+HWY_EXPORT(ResampleRow8x4);
+HWY_EXPORT(ResampleRow16x2);
+HWY_EXPORT(ResampleRow16x4);
+HWY_EXPORT(BlendRows8x2);
+HWY_EXPORT(BlendRows8x4);
+HWY_EXPORT(BlendRows16x2);
+HWY_EXPORT(BlendRows16x4);
+
+namespace {
+
+template <class T>
+using ResampleRowFn = void (*)(const unsigned char*, T*, uint32_t, uint32_t, uint32_t, const uint32_t*,
+                               const double*);
+template <class T>
+using BlendRowsFn = void (*)(const T* const*, const double*, uint32_t, unsigned char*);
+
+/// Settles the dispatch target once, so that the pointers below name a
+/// target's kernel itself. Before that they name the table's first-call entry,
+/// which asks the processor for its features on every call.
+void ChooseTarget() {
+    hwy::ChosenTarget& chosen = hwy::GetChosenTarget();
+    if (!chosen.IsInitialized()) chosen.Update(hwy::SupportedTargets());
+}
+
+/// The row kernels of the best target this processor runs (or of the one a
+/// test forced).
+template <class T, uint32_t Taps>
+ResampleRowFn<T> ChosenResampleRow() {
+    if constexpr (sizeof(T) == 1) {
+        return Taps == 2 ? &HWY_DYNAMIC_DISPATCH(ResampleRow8x2) : &HWY_DYNAMIC_DISPATCH(ResampleRow8x4);
+    } else {
+        return Taps == 2 ? &HWY_DYNAMIC_DISPATCH(ResampleRow16x2) : &HWY_DYNAMIC_DISPATCH(ResampleRow16x4);
+    }
+}
+template <class T, uint32_t Taps>
+BlendRowsFn<T> ChosenBlendRows() {
+    if constexpr (sizeof(T) == 1) {
+        return Taps == 2 ? &HWY_DYNAMIC_DISPATCH(BlendRows8x2) : &HWY_DYNAMIC_DISPATCH(BlendRows8x4);
+    } else {
+        return Taps == 2 ? &HWY_DYNAMIC_DISPATCH(BlendRows16x2) : &HWY_DYNAMIC_DISPATCH(BlendRows16x4);
+    }
+}
+
+/// Bytes of one band's ring, or nullopt when the rings of `bands` bands
+/// cannot fit in memory. Every factor is below 2^32, and each product is
+/// checked against a limit far beyond any memory before it grows further.
+std::optional<uint64_t> RingBytes(const SeparableJob& job, uint32_t bytesPerSample, uint32_t bands) {
+    constexpr uint64_t kLimit = uint64_t{1} << 48;
+    const uint64_t rowSamples = uint64_t{job.channels} * job.width;
+    if (rowSamples > kLimit) return std::nullopt;
+    const uint64_t ring = job.taps * rowSamples * bytesPerSample;
+    if (ring > kLimit / (uint64_t{bands} + 1)) return std::nullopt;
+    return ring;
+}
+
+/// Destination pixels whose row-pass vector loads and stores stay inside
+/// their rows: every tap pixel from the first up to this one has 4 samples
+/// from its start inside the input row, and for 3 channels the last pixel's
+/// 4-sample store would reach past the end of its ring row. Taps never
+/// decrease from column to column, so the safe columns are a prefix.
+template <uint32_t Taps>
+uint32_t VectorColumns(const SeparableJob& job) {
+    if (job.channels != 3 && job.channels != 4) return 0;
+    const uint64_t rowSamples = uint64_t{job.sourceWidth} * job.channels;
+    uint32_t safe = 0;
+    while (safe < job.width &&
+           uint64_t{job.columnTaps[static_cast<size_t>(safe) * Taps + Taps - 1]} * job.channels + 4 <= rowSamples)
+        ++safe;
+    return job.channels == 3 ? std::min(safe, job.width - 1) : safe;
+}
+
+template <class T, uint32_t Taps>
+struct RowKernels {
+    ResampleRowFn<T> resampleRow;
+    BlendRowsFn<T> blendRows;
+    uint32_t vectorColumns;
+};
+
+/// Destination rows [first, last) of the job, with a ring of Taps rows.
+template <class T, uint32_t Taps>
+void RunBand(const SeparableJob& job, const RowKernels<T, Taps>& kernels, T* ring, uint32_t first, uint32_t last) {
+    const uint32_t rowSamples = job.channels * job.width;
+    uint32_t held[Taps];
+    for (uint32_t& r : held) r = std::numeric_limits<uint32_t>::max();  // no input has 2^32 - 1 rows
+    for (uint32_t y = first; y < last; ++y) {
+        const uint32_t* tap = job.rowTaps + static_cast<size_t>(y) * Taps;
+        const T* rows[Taps];
+        for (uint32_t k = 0; k < Taps; ++k) {
+            const uint32_t row = tap[k];
+            T* slot = ring + static_cast<size_t>(row % Taps) * rowSamples;
+            if (held[row % Taps] != row) {
+                kernels.resampleRow(RowAt(job.source, row, job.sourceRowBytes), slot, job.channels, job.width,
+                                    kernels.vectorColumns, job.columnTaps, job.columnWeights);
+                held[row % Taps] = row;
+            }
+            rows[k] = slot;
+        }
+        kernels.blendRows(rows, job.rowWeights + static_cast<size_t>(y) * Taps, rowSamples,
+                          RowAt(job.destination, y, job.destinationRowBytes));
+    }
+}
+
+template <class T, uint32_t Taps>
+void RunBands(const SeparableJob& job, unsigned char* work, uint32_t bands) {
+    const size_t ringBytes = static_cast<size_t>(*RingBytes(job, sizeof(T), bands));
+    ChooseTarget();
+    const RowKernels<T, Taps> kernels{ChosenResampleRow<T, Taps>(), ChosenBlendRows<T, Taps>(),
+                                      VectorColumns<Taps>(job)};
+    const uint32_t height = job.height;
+    parallel_for<int32_t>(0, static_cast<int32_t>(bands), 1, [&](int32_t band) {
+        const auto b = static_cast<uint64_t>(band);
+        const auto first = static_cast<uint32_t>(b * height / bands);
+        const auto last = static_cast<uint32_t>((b + 1) * height / bands);
+        T* ring = reinterpret_cast<T*>(work + static_cast<size_t>(b) * ringBytes);
+        RunBand<T, Taps>(job, kernels, ring, first, last);
+    });
+}
+
+template <class T>
+void RunSeparableT(const SeparableJob& job, unsigned char* work, uint32_t bands) {
+    if (job.width == 0 || job.height == 0 || bands == 0) return;
+    if (job.taps == 2) {
+        RunBands<T, 2>(job, work, bands);
+    } else {
+        RunBands<T, 4>(job, work, bands);
+    }
+}
+
+}  // namespace
+
+uint32_t SeparableBandCount(const SeparableJob& job, PoolHold& pool) {
+    if (job.width == 0 || job.height == 0) return 0;
+    pool = HoldPool();
+    const int threads = pool->threadCount();
+    // Handing a band to a worker and waiting for it costs about as much as
+    // producing some tens of thousands of samples, so small images get fewer
+    // bands (a thumbnail runs on the calling thread alone).
+    constexpr uint64_t kSamplesPerBand = uint64_t{1} << 16;
+    const uint64_t rowSamples = uint64_t{job.channels} * job.width;
+    const uint64_t samples = rowSamples > std::numeric_limits<uint64_t>::max() / job.height
+                                 ? std::numeric_limits<uint64_t>::max()
+                                 : rowSamples * job.height;
+    const uint64_t worthwhile = std::max<uint64_t>(1, samples / kSamplesPerBand);
+    const uint64_t wanted = std::min<uint64_t>(threads < 1 ? 1 : static_cast<uint64_t>(threads), worthwhile);
+    return static_cast<uint32_t>(std::min<uint64_t>(wanted, job.height));
+}
+
+std::size_t SeparableWorkBytes(const SeparableJob& job, uint32_t bytesPerSample, uint32_t bands) {
+    const std::optional<uint64_t> ring = RingBytes(job, bytesPerSample, bands);
+    return ring ? static_cast<std::size_t>(*ring * bands) : std::numeric_limits<std::size_t>::max();
+}
+
+void RunSeparable8(const SeparableJob& job, unsigned char* work, uint32_t bands) {
+    RunSeparableT<uint8_t>(job, work, bands);
+}
+void RunSeparable16(const SeparableJob& job, unsigned char* work, uint32_t bands) {
+    RunSeparableT<uint16_t>(job, work, bands);
+}
+
+}  // namespace lumo
+#endif  // HWY_ONCE

@@ -1,0 +1,66 @@
+// The fused two-pass engine of the interpolating resizes (bilinear, bicubic).
+//
+// Both methods resample along the rows into samples of the output type
+// (clamped and truncated), then along the columns into the destination, each
+// output sample being a left-to-right sum of tap-by-weight products. Rather
+// than a full intermediate image, the destination rows are cut into one band
+// per worker, and each band keeps a ring of `taps` intermediate rows: a
+// destination row reads `taps` consecutive (clamped) input rows, its first
+// row never moves backwards, so input row r can live in slot r % taps and is
+// computed at most once per band, and only if some destination row reads it.
+// Every sample is still produced by the same products and sums in the same
+// order, so the bytes are those of the plain two-pass kernels.
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+
+#include "pool/thread_pool.h"
+
+namespace lumo {
+
+/// One interpolating resize: the input view, the destination and the tap
+/// tables (`taps` entries per destination column and per destination row).
+struct SeparableJob {
+    uint32_t channels;
+    uint32_t taps;  // 2 or 4
+    const unsigned char* source;
+    uint32_t sourceWidth;  // pixels per input row
+    uint32_t sourceRowBytes;
+    unsigned char* destination;
+    uint32_t destinationRowBytes;
+    uint32_t width;   // destination pixels per row
+    uint32_t height;  // destination rows
+    const uint32_t* columnTaps;
+    const double* columnWeights;
+    const uint32_t* rowTaps;
+    const double* rowWeights;
+};
+
+/// Bands the destination rows are cut into: one per worker of the pool, fewer
+/// for small images, at most one per destination row; 0 when the destination
+/// is empty. When there
+/// is work, `pool` receives a hold on the pool, which the caller keeps until
+/// the job has run, so that one pool serves the whole call.
+uint32_t SeparableBandCount(const SeparableJob& job, PoolHold& pool);
+
+/// Bytes of the working block for `bands` bands (one ring of intermediate rows
+/// per band), or SIZE_MAX, which no allocator grants, when they cannot fit in
+/// memory.
+std::size_t SeparableWorkBytes(const SeparableJob& job, uint32_t bytesPerSample, uint32_t bands);
+
+/// Runs the job over `bands` bands in parallel, in a zero-filled working block
+/// of SeparableWorkBytes(job, sizeof(T), bands) bytes.
+void RunSeparable8(const SeparableJob& job, unsigned char* work, uint32_t bands);
+void RunSeparable16(const SeparableJob& job, unsigned char* work, uint32_t bands);
+
+template <class T>
+void RunSeparable(const SeparableJob& job, unsigned char* work, uint32_t bands) {
+    if constexpr (sizeof(T) == 1) {
+        RunSeparable8(job, work, bands);
+    } else {
+        RunSeparable16(job, work, bands);
+    }
+}
+
+}  // namespace lumo

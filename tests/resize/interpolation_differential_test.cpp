@@ -1,0 +1,90 @@
+// The fast bilinear and bicubic kernels against their plain reference kernels:
+// thousands of random small cases, then a few large ones where the vector
+// loops run many full iterations before their tails and every band of
+// destination rows reads a long run of source rows.
+#include <cstddef>
+#include <cstdint>
+#include <iterator>
+
+#include <gtest/gtest.h>
+#include <hwy/targets.h>
+
+#include "resize/differential.h"
+#include "resize/kernels.h"
+
+namespace {
+
+using lumo::test::DifferentialCase;
+using lumo::test::DifferentialMethod;
+using lumo::test::KernelSet;
+
+const DifferentialMethod kBiLinear{
+    "bilinear",
+    KernelSet{lumo::BiLinear8, lumo::BiLinear16, lumo::BiLinear8WithRegion, lumo::BiLinear16WithRegion},
+    KernelSet{lumo::reference::BiLinear8, lumo::reference::BiLinear16, lumo::reference::BiLinear8WithRegion,
+              lumo::reference::BiLinear16WithRegion}};
+
+const DifferentialMethod kBiCubic{
+    "bicubic",
+    KernelSet{lumo::BiCubic8, lumo::BiCubic16, lumo::BiCubic8WithRegion, lumo::BiCubic16WithRegion},
+    KernelSet{lumo::reference::BiCubic8, lumo::reference::BiCubic16, lumo::reference::BiCubic8WithRegion,
+              lumo::reference::BiCubic16WithRegion}};
+
+TEST(InterpolationDifferential, BiLinearMatchesReferenceOnRandomCases) {
+    lumo::test::ExpectFastMatchesReferenceOnRandomCases(kBiLinear, 1500, 20261123);
+}
+
+TEST(InterpolationDifferential, BiCubicMatchesReferenceOnRandomCases) {
+    lumo::test::ExpectFastMatchesReferenceOnRandomCases(kBiCubic, 1500, 61123);
+}
+
+// Reductions and enlargements by odd factors, 1 to 4 and 6 channels, odd row
+// padding (so 16-bit rows start unaligned), regions that touch the source's
+// far corner, and several worker counts so that bands start mid-image.
+const DifferentialCase kLargeCases[] = {
+    {8, 3, {1000, 700}, {317, 229}, {13, 7, 987, 693}, 5, 3, 2, 1},
+    {16, 3, {1000, 700}, {317, 229}, {0, 0, 1000, 700}, 3, 1, 2, 2},
+    {8, 4, {1000, 700}, {1733, 1201}, {501, 350, 499, 350}, 0, 7, 3, 3},
+    {16, 4, {640, 480}, {1021, 769}, {1, 1, 639, 479}, 1, 0, 2, 4},
+    {8, 1, {997, 601}, {2011, 37}, {100, 0, 897, 601}, 9, 2, 4, 5},
+    {16, 2, {333, 999}, {1001, 331}, {0, 500, 333, 499}, 0, 5, 4, 6},
+    {8, 6, {509, 311}, {97, 613}, {7, 3, 500, 300}, 2, 0, 3, 7},
+    {8, 3, {1920, 1280}, {640, 427}, {0, 0, 1920, 1280}, 0, 0, 2, 8},
+};
+
+// Extreme ratios and many workers: a destination row reading the last source
+// rows, single-pixel sides on either end, one band per destination row, and
+// enlargements whose last columns all read the final source pixel (the row
+// pass must stop its vector loads before the end of the row).
+const DifferentialCase kExtremeCases[] = {
+    {8, 3, {1, 1}, {700, 500}, {0, 0, 1, 1}, 0, 1, 4, 11},
+    {16, 4, {2, 3}, {900, 401}, {1, 1, 1, 2}, 1, 3, 7, 12},
+    {8, 4, {4000, 9}, {3, 1}, {3000, 0, 1000, 9}, 0, 0, 3, 13},
+    {16, 3, {9, 3000}, {1, 5}, {0, 1, 9, 2999}, 3, 1, 8, 14},
+    {8, 3, {300, 200}, {301, 9}, {299, 0, 1, 200}, 0, 0, 8, 15},
+    {16, 3, {641, 3}, {2000, 300}, {640, 2, 1, 1}, 5, 1, 6, 16},
+    {8, 5, {256, 256}, {255, 257}, {0, 0, 256, 256}, 0, 0, 2, 17},
+};
+
+void ExpectBothMethodsMatchOnEveryTarget(const DifferentialCase* cases, size_t count) {
+    for (const int64_t target : hwy::SupportedAndGeneratedTargets()) {
+        hwy::SetSupportedTargetsForTest(target);
+        SCOPED_TRACE(hwy::TargetName(target));
+        for (size_t i = 0; i < count; ++i) {
+            lumo::test::ExpectFastMatchesReference(kBiLinear, cases[i]);
+            lumo::test::ExpectFastMatchesReference(kBiCubic, cases[i]);
+        }
+    }
+    hwy::SetSupportedTargetsForTest(0);
+    Set_ProcessorNum(0);
+}
+
+TEST(InterpolationDifferential, LargeImagesMatchReferenceOnEveryTarget) {
+    ExpectBothMethodsMatchOnEveryTarget(kLargeCases, std::size(kLargeCases));
+}
+
+TEST(InterpolationDifferential, ExtremeShapesMatchReferenceOnEveryTarget) {
+    ExpectBothMethodsMatchOnEveryTarget(kExtremeCases, std::size(kExtremeCases));
+}
+
+}  // namespace
