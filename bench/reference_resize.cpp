@@ -6,12 +6,6 @@
 namespace lumo::bench {
 namespace {
 
-// The plain bilinear and bicubic kernels are being moved out of the fast files
-// on another branch. Until that lands, the timing of those two methods' "plain"
-// column is the current kernel's; flip this once lumo::reference::BiLinear8 and
-// lumo::reference::BiCubic8 (and their siblings) are defined.
-constexpr bool kPlainInterpolationKernelsLanded = false;
-
 using Whole = LumoResult (*)(uint32_t, const unsigned char*, tagLumoSize, uint32_t, unsigned char*, tagLumoSize,
                              uint32_t);
 using InRegion = LumoResult (*)(uint32_t, const unsigned char*, tagLumoSize, uint32_t, tagLumoRect,
@@ -25,18 +19,7 @@ struct Kernels {
 #define LUMO_BENCH_KERNELS(ns, Name) \
     Kernels { ns::Name##8, ns::Name##16, ns::Name##8WithRegion, ns::Name##16WithRegion }
 
-Kernels Interpolating(LumoScalingMethod method) {
-    if constexpr (kPlainInterpolationKernelsLanded) {
-        return method == kLumoScalingBiLinear ? LUMO_BENCH_KERNELS(lumo::reference, BiLinear)
-                                              : LUMO_BENCH_KERNELS(lumo::reference, BiCubic);
-    } else {
-        return method == kLumoScalingBiLinear ? LUMO_BENCH_KERNELS(lumo, BiLinear) : LUMO_BENCH_KERNELS(lumo, BiCubic);
-    }
-}
-
 }  // namespace
-
-bool PlainInterpolationKernelsLanded() { return kPlainInterpolationKernelsLanded; }
 
 LumoResult ReferenceResize(LumoScalingMethod method, uint32_t channels, uint32_t bitsPerSample,
                            const unsigned char* source, tagLumoSize sourceSize, uint32_t sourceRowBytes,
@@ -48,8 +31,8 @@ LumoResult ReferenceResize(LumoScalingMethod method, uint32_t channels, uint32_t
     Kernels k{};
     switch (method) {
         case kLumoScalingNearestNeighbor: k = LUMO_BENCH_KERNELS(lumo::reference, NearestNeighbor); break;
-        case kLumoScalingBiLinear:
-        case kLumoScalingBiCubic: k = Interpolating(method); break;
+        case kLumoScalingBiLinear: k = LUMO_BENCH_KERNELS(lumo::reference, BiLinear); break;
+        case kLumoScalingBiCubic: k = LUMO_BENCH_KERNELS(lumo::reference, BiCubic); break;
         case kLumoScalingSuperSampling: k = LUMO_BENCH_KERNELS(lumo::reference, SuperSampling); break;
         default: return kLumoResultInvalidParameter;
     }

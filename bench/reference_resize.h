@@ -14,8 +14,4 @@ LumoResult ReferenceResize(LumoScalingMethod method, uint32_t channels, uint32_t
                            const tagLumoRect* region, unsigned char* destination, tagLumoSize destinationSize,
                            uint32_t destinationRowBytes);
 
-/// Whether the "plain" timings of bilinear and bicubic are those methods'
-/// plain reference kernels (false: their current kernels stand in).
-bool PlainInterpolationKernelsLanded();
-
 }  // namespace lumo::bench

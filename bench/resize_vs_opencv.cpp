@@ -264,9 +264,6 @@ int main(int argc, char** argv) {
     if (logCount > 0)
         std::printf("\nGeometric mean of ours/OpenCV over A-D: %.3f (%d rows, median of %d rounds, %d threads)\n",
                     std::exp(logSum / logCount), logCount, rounds, threads);
-    if (!lumo::bench::PlainInterpolationKernelsLanded())
-        std::printf("\nThe plain column of bilinear and bicubic times their current kernels: their plain reference "
-                    "kernels are not in this build yet.\n");
 
     // Per-call latency of a small image: each of our calls starts and stops
     // the worker pool; OpenCV keeps its threads, the floor starts its own.
