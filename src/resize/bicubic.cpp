@@ -111,13 +111,12 @@ LumoResult BiCubicResize(uint32_t channels, const unsigned char* source, tagLumo
 
     SeparableJob job{channels, kCubicTaps, source, sourceWidth, sourceRowBytes, destination, destinationRowBytes,
                      width, height, nullptr, nullptr, nullptr, nullptr};
-    PoolHold pool;
-    const uint32_t bands = SeparableBandCount(job, pool);
+    const RowBands bands = SeparableBands(job);
     const auto columnWeights = MakeWorkArray<double>(kCubicTaps * width);
     const auto rowWeights = MakeWorkArray<double>(kCubicTaps * height);
     const auto columnTaps = MakeWorkArray<uint32_t>(kCubicTaps * width);
     const auto rowTaps = MakeWorkArray<uint32_t>(kCubicTaps * height);
-    const auto work = MakeWorkArray<unsigned char>(SeparableWorkBytes(job, sizeof(T), bands));
+    const auto work = MakeWorkArray<unsigned char>(SeparableWorkBytes(job, sizeof(T), bands.count()));
     if (!columnWeights || !rowWeights || !columnTaps || !rowTaps || !work) return kLumoResultNoMemory;
 
     BuildCubicTaps(width, sourceWidth, columnTaps.get(), columnWeights.get());

@@ -36,14 +36,13 @@ LumoResult LinearResize(uint32_t channels, const LinearInput& input, unsigned ch
 
     SeparableJob job{channels, kLinearTaps, input.data, input.width, input.rowBytes, destination, destinationRowBytes,
                      width, height, nullptr, nullptr, nullptr, nullptr};
-    PoolHold pool;
-    const uint32_t bands = SeparableBandCount(job, pool);
+    const RowBands bands = SeparableBands(job);
     // Table counts are 32-bit products, as they always were.
     const WorkArray<double> columnWeights = MakeWorkArray<double>(kLinearTaps * width);
     const WorkArray<double> rowWeights = MakeWorkArray<double>(kLinearTaps * height);
     const WorkArray<uint32_t> columnTaps = MakeWorkArray<uint32_t>(kLinearTaps * width);
     const WorkArray<uint32_t> rowTaps = MakeWorkArray<uint32_t>(kLinearTaps * height);
-    const WorkArray<unsigned char> work = MakeWorkArray<unsigned char>(SeparableWorkBytes(job, sizeof(T), bands));
+    const WorkArray<unsigned char> work = MakeWorkArray<unsigned char>(SeparableWorkBytes(job, sizeof(T), bands.count()));
     if (!columnWeights || !rowWeights || !columnTaps || !rowTaps || !work) return kLumoResultNoMemory;
 
     BuildLinearTaps(width, input.width, columnTaps.get(), columnWeights.get());

@@ -21,8 +21,8 @@ public:
     static constexpr uint64_t kWorkPerBand = uint64_t{128} << 10;
 
     /// Takes a hold on the pool for the bands' lifetime, so that asking for the
-    /// thread count and running the bands start the pool only once. `rows` > 0;
-    /// `work` is the whole job's size in the unit of kWorkPerBand.
+    /// thread count and running the bands start the pool only once. `work` is
+    /// the whole job's size in the unit of kWorkPerBand; no rows make no bands.
     RowBands(uint32_t rows, uint64_t work)
         : m_pool(HoldPool()),
           m_rows(rows),

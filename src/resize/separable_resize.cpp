@@ -316,24 +316,20 @@ void RunBand(const SeparableJob& job, const RowKernels<T, Taps>& kernels, T* rin
 }
 
 template <class T, uint32_t Taps>
-void RunBands(const SeparableJob& job, unsigned char* work, uint32_t bands) {
-    const size_t ringBytes = static_cast<size_t>(*RingBytes(job, sizeof(T), bands));
+void RunBands(const SeparableJob& job, unsigned char* work, const RowBands& bands) {
+    const size_t ringBytes = static_cast<size_t>(*RingBytes(job, sizeof(T), bands.count()));
     ChooseTarget();
     const RowKernels<T, Taps> kernels{ChosenResampleRow<T, Taps>(), ChosenBlendRows<T, Taps>(),
                                       VectorColumns<Taps>(job)};
-    const uint32_t height = job.height;
-    parallel_for<int32_t>(0, static_cast<int32_t>(bands), 1, [&](int32_t band) {
-        const auto b = static_cast<uint64_t>(band);
-        const auto first = static_cast<uint32_t>(b * height / bands);
-        const auto last = static_cast<uint32_t>((b + 1) * height / bands);
-        T* ring = reinterpret_cast<T*>(work + static_cast<size_t>(b) * ringBytes);
+    bands.Run([&](uint32_t band, uint32_t first, uint32_t last) {
+        T* ring = reinterpret_cast<T*>(work + static_cast<size_t>(band) * ringBytes);
         RunBand<T, Taps>(job, kernels, ring, first, last);
     });
 }
 
 template <class T>
-void RunSeparableT(const SeparableJob& job, unsigned char* work, uint32_t bands) {
-    if (job.width == 0 || job.height == 0 || bands == 0) return;
+void RunSeparableT(const SeparableJob& job, unsigned char* work, const RowBands& bands) {
+    if (job.width == 0 || job.height == 0 || bands.count() == 0) return;
     if (job.taps == 2) {
         RunBands<T, 2>(job, work, bands);
     } else {
@@ -343,21 +339,14 @@ void RunSeparableT(const SeparableJob& job, unsigned char* work, uint32_t bands)
 
 }  // namespace
 
-uint32_t SeparableBandCount(const SeparableJob& job, PoolHold& pool) {
-    if (job.width == 0 || job.height == 0) return 0;
-    pool = HoldPool();
-    const int threads = pool->threadCount();
-    // Handing a band to a worker and waiting for it costs about as much as
-    // producing some tens of thousands of samples, so small images get fewer
-    // bands (a thumbnail runs on the calling thread alone).
-    constexpr uint64_t kSamplesPerBand = uint64_t{1} << 16;
+RowBands SeparableBands(const SeparableJob& job) {
+    // Work is counted as two bytes per destination sample, saturating for
+    // absurd sizes.
     const uint64_t rowSamples = uint64_t{job.channels} * job.width;
-    const uint64_t samples = rowSamples > std::numeric_limits<uint64_t>::max() / job.height
-                                 ? std::numeric_limits<uint64_t>::max()
+    const uint64_t samples = job.height != 0 && rowSamples > std::numeric_limits<uint64_t>::max() / 2 / job.height
+                                 ? std::numeric_limits<uint64_t>::max() / 2
                                  : rowSamples * job.height;
-    const uint64_t worthwhile = std::max<uint64_t>(1, samples / kSamplesPerBand);
-    const uint64_t wanted = std::min<uint64_t>(threads < 1 ? 1 : static_cast<uint64_t>(threads), worthwhile);
-    return static_cast<uint32_t>(std::min<uint64_t>(wanted, job.height));
+    return RowBands(job.height, 2 * samples);
 }
 
 std::size_t SeparableWorkBytes(const SeparableJob& job, uint32_t bytesPerSample, uint32_t bands) {
@@ -365,10 +354,10 @@ std::size_t SeparableWorkBytes(const SeparableJob& job, uint32_t bytesPerSample,
     return ring ? static_cast<std::size_t>(*ring * bands) : std::numeric_limits<std::size_t>::max();
 }
 
-void RunSeparable8(const SeparableJob& job, unsigned char* work, uint32_t bands) {
+void RunSeparable8(const SeparableJob& job, unsigned char* work, const RowBands& bands) {
     RunSeparableT<uint8_t>(job, work, bands);
 }
-void RunSeparable16(const SeparableJob& job, unsigned char* work, uint32_t bands) {
+void RunSeparable16(const SeparableJob& job, unsigned char* work, const RowBands& bands) {
     RunSeparableT<uint16_t>(job, work, bands);
 }
 

@@ -15,7 +15,7 @@
 #include <cstddef>
 #include <cstdint>
 
-#include "pool/thread_pool.h"
+#include "resize/row_bands.h"
 
 namespace lumo {
 
@@ -38,24 +38,22 @@ struct SeparableJob {
 };
 
 /// Bands the destination rows are cut into: one per worker of the pool, fewer
-/// for small images, at most one per destination row; 0 when the destination
-/// is empty. When there
-/// is work, `pool` receives a hold on the pool, which the caller keeps until
-/// the job has run, so that one pool serves the whole call.
-uint32_t SeparableBandCount(const SeparableJob& job, PoolHold& pool);
+/// for small images, at most one per destination row. The bands hold the pool
+/// until they are gone, so that one pool serves the whole call.
+RowBands SeparableBands(const SeparableJob& job);
 
 /// Bytes of the working block for `bands` bands (one ring of intermediate rows
 /// per band), or SIZE_MAX, which no allocator grants, when they cannot fit in
 /// memory.
 std::size_t SeparableWorkBytes(const SeparableJob& job, uint32_t bytesPerSample, uint32_t bands);
 
-/// Runs the job over `bands` bands in parallel, in a zero-filled working block
-/// of SeparableWorkBytes(job, sizeof(T), bands) bytes.
-void RunSeparable8(const SeparableJob& job, unsigned char* work, uint32_t bands);
-void RunSeparable16(const SeparableJob& job, unsigned char* work, uint32_t bands);
+/// Runs the job over its bands in parallel, in a zero-filled working block
+/// of SeparableWorkBytes(job, sizeof(T), bands.count()) bytes.
+void RunSeparable8(const SeparableJob& job, unsigned char* work, const RowBands& bands);
+void RunSeparable16(const SeparableJob& job, unsigned char* work, const RowBands& bands);
 
 template <class T>
-void RunSeparable(const SeparableJob& job, unsigned char* work, uint32_t bands) {
+void RunSeparable(const SeparableJob& job, unsigned char* work, const RowBands& bands) {
     if constexpr (sizeof(T) == 1) {
         RunSeparable8(job, work, bands);
     } else {
