@@ -37,7 +37,8 @@
 // So each destination sample is floor(S / W), computed here as a vertical
 // sum of the footprint's rows weighted by ry, then a horizontal sum weighted
 // by cx, both in 32 bits (S < 2^31), and a division by W done as a multiply
-// and shift (DivisorOf).
+// and shift (DivisorOf). The row sums and, for equal boxes of whole columns,
+// the column sums and divisions run in vectors (runtime dispatch).
 #include "resize/supersampling_exact.h"
 
 #include <algorithm>
@@ -49,11 +50,171 @@
 #include "common/work_memory.h"
 #include "resize/row_bands.h"
 #include "resize/sample_access.h"
+#include "resize/supersampling_exact_plan.h"
 #include "resize/supersampling_plan.h"
 
-namespace lumo::supersampling {
-namespace {
+#undef HWY_TARGET_INCLUDE
+#define HWY_TARGET_INCLUDE "resize/supersampling_exact.cpp"
+#include <hwy/foreach_target.h>  // IWYU pragma: keep
+#include <hwy/highway.h>
 
+HWY_BEFORE_NAMESPACE();
+namespace lumo::supersampling {
+namespace HWY_NAMESPACE {
+namespace hn = hwy::HWY_NAMESPACE;
+
+using D32 = hn::ScalableTag<uint32_t>;
+
+/// sums[i] = ry * sample i of `row` (kFirst) or sums[i] + ry * sample i.
+template <class T, bool kFirst, bool kWeighted>
+HWY_INLINE void AddRow(const unsigned char* row, size_t count, uint32_t ry, uint32_t* HWY_RESTRICT sums) {
+    const D32 d;
+    const hn::Rebind<T, D32> dt;
+    const auto* samples = reinterpret_cast<const T*>(row);
+    const auto weight = hn::Set(d, ry);
+    const size_t lanes = hn::Lanes(d);
+    size_t i = 0;
+    for (; i + lanes <= count; i += lanes) {
+        auto v = hn::PromoteTo(d, hn::LoadU(dt, samples + i));
+        if constexpr (kWeighted) v = hn::Mul(v, weight);
+        if constexpr (!kFirst) v = hn::Add(v, hn::LoadU(d, sums + i));
+        hn::StoreU(v, d, sums + i);
+    }
+    for (; i < count; ++i) {
+        const uint32_t v = ry * LoadSample<T>(row, static_cast<uint32_t>(i));
+        sums[i] = kFirst ? v : sums[i] + v;
+    }
+}
+
+/// sums[i] = the sum over row y's footprint of ry * sample i of the row.
+/// Returns the sum of the ry.
+template <class T>
+uint32_t SumFootprintRows(const ExactPlan& p, uint32_t y, uint32_t* HWY_RESTRICT sums) {
+    const size_t count = size_t{p.regionWidth} * p.channels;
+    const Footprint f = FootprintOf(y, p.rowScale, p.rowOffset);
+    uint32_t rowWeights = 0;
+    bool first = true;
+    for (double sy = f.firstPixel; sy < f.endPixel; sy += 1.0) {
+        const auto ry = static_cast<uint32_t>(Coverage(sy, f.start, f.end) * p.rowUnit);
+        rowWeights += ry;
+        const unsigned char* row = RowAt(p.source, ClampToLast(sy, p.lastRow), p.sourceRowBytes) +
+                                   static_cast<size_t>(p.firstColumn * p.channels) * sizeof(T);
+        if (first) {
+            ry == 1 ? AddRow<T, true, false>(row, count, ry, sums) : AddRow<T, true, true>(row, count, ry, sums);
+        } else {
+            ry == 1 ? AddRow<T, false, false>(row, count, ry, sums) : AddRow<T, false, true>(row, count, ry, sums);
+        }
+        first = false;
+    }
+    if (first) std::fill(sums, sums + count, 0u);
+    return rowWeights;
+}
+
+/// floor(s / w) in every lane, as Divisor::Divide: the 64-bit products of
+/// the even and of the odd lanes, shifted, and put back together (each
+/// quotient is below 2^16).
+HWY_INLINE hn::Vec<D32> DivideLanes(hn::Vec<D32> s, Divisor divisor) {
+    const D32 d;
+#if HWY_TARGET == HWY_SCALAR
+    return hn::Set(d, divisor.Divide(hn::GetLane(s)));
+#else
+    const hn::Repartition<uint64_t, D32> d64;
+    const auto multiplier = hn::Set(d, divisor.multiplier);
+    const int shift = static_cast<int>(divisor.shift);
+    const auto even = hn::ShiftRightSame(hn::MulEven(s, multiplier), shift);
+    const auto oddLanes = hn::BitCast(d, hn::ShiftRight<32>(hn::BitCast(d64, s)));
+    const auto odd = hn::ShiftRightSame(hn::MulEven(oddLanes, multiplier), shift);
+    return hn::BitCast(d, hn::Or(even, hn::ShiftLeft<32>(odd)));
+#endif
+}
+
+/// A destination row of equal boxes: output sample i is the box sum at
+/// boxIndex[i], divided; the outputs are consecutive samples of the row.
+template <class T>
+void BoxRow(const ExactPlan& p, const uint32_t* sums, Divisor divisor, unsigned char* destinationRow) {
+    const D32 d;
+    const hn::Rebind<int32_t, D32> di;
+    const hn::Rebind<T, D32> dt;
+    const size_t count = size_t{p.width} * p.channels;
+    const size_t taps = p.boxTaps;
+    const size_t step = p.channels;
+    auto* out = reinterpret_cast<T*>(destinationRow);
+    const size_t lanes = hn::Lanes(d);
+    size_t i = 0;
+    for (; i + lanes <= count; i += lanes) {
+        const auto index = hn::LoadU(di, p.boxIndex + i);
+        auto s = hn::GatherIndex(d, sums, index);
+        for (size_t j = 1; j < taps; ++j) s = hn::Add(s, hn::GatherIndex(d, sums + j * step, index));
+        const auto q = hn::BitCast(di, DivideLanes(s, divisor));
+        hn::StoreU(hn::DemoteTo(dt, q), dt, out + i);
+    }
+    for (; i < count; ++i) {
+        uint32_t s = 0;
+        for (size_t j = 0; j < taps; ++j) s += sums[static_cast<size_t>(p.boxIndex[i]) + j * step];
+        StoreSample<T>(destinationRow, static_cast<uint32_t>(i), static_cast<T>(divisor.Divide(s)));
+    }
+}
+
+/// A destination row of any footprints: each column's taps weighted by their
+/// numerators.
+template <class T, uint32_t N>
+void TapRow(const ExactPlan& p, const uint32_t* sums, const Divisor* divisors, unsigned char* destinationRow) {
+    for (size_t x = 0; x < p.width; ++x) {
+        uint32_t s[N] = {};
+        for (size_t t = p.tapStart[x]; t < p.tapStart[x + 1]; ++t) {
+            const uint32_t* at = sums + size_t{p.taps[t].column} * N;
+            for (uint32_t c = 0; c < N; ++c) s[c] += p.taps[t].weight * at[c];
+        }
+        const Divisor divisor = divisors[p.classOf[x]];
+        T pixel[N];
+        for (uint32_t c = 0; c < N; ++c) pixel[c] = static_cast<T>(divisor.Divide(s[c]));
+        std::memcpy(destinationRow + x * N * sizeof(T), pixel, sizeof pixel);
+    }
+}
+
+template <class T>
+void TapRowOfWidth(const ExactPlan& p, const uint32_t* sums, const Divisor* divisors, unsigned char* row) {
+    switch (p.channels) {
+        case 1: return TapRow<T, 1>(p, sums, divisors, row);
+        case 2: return TapRow<T, 2>(p, sums, divisors, row);
+        case 3: return TapRow<T, 3>(p, sums, divisors, row);
+        case 4: return TapRow<T, 4>(p, sums, divisors, row);
+        default: return;
+    }
+}
+
+template <class T>
+void Rows(const ExactPlan& p, uint32_t firstRow, uint32_t endRow, const ExactBand& m) {
+    for (uint32_t y = firstRow; y < endRow; ++y) {
+        const uint32_t rowWeights = SumFootprintRows<T>(p, y, m.columnSums);
+        for (uint32_t k = 0; k < p.classes; ++k) m.divisors[k] = DivisorOf(uint64_t{p.classSum[k]} * rowWeights);
+        unsigned char* const destinationRow = RowAt(p.destination, y, p.destinationRowBytes);
+        if (p.boxTaps > 0) {
+            BoxRow<T>(p, m.columnSums, m.divisors[0], destinationRow);
+        } else {
+            TapRowOfWidth<T>(p, m.columnSums, m.divisors, destinationRow);
+        }
+    }
+}
+
+void ExactRows(const ExactPlan& p, uint32_t firstRow, uint32_t endRow, const ExactBand& m) {
+    if (p.bytesPerSample == 1) {
+        Rows<uint8_t>(p, firstRow, endRow, m);
+    } else {
+        Rows<uint16_t>(p, firstRow, endRow, m);
+    }
+}
+
+}  // namespace HWY_NAMESPACE
+}  // namespace lumo::supersampling
+HWY_AFTER_NAMESPACE();
+
+#if HWY_ONCE
+namespace lumo::supersampling {
+
+HWY_EXPORT(ExactRows);
+
+namespace {
 /// More bits than this after the binary point and a fraction is not worth
 /// the whole-number path (the bound on the sums rules most of them out anyway).
 constexpr uint32_t kMaxFractionBits = 20;
@@ -142,137 +303,6 @@ Qualified Qualify(const Request& r) {
     return q;
 }
 
-/// floor(s / w) as (s * multiplier) >> shift, for every s < 2^31 and a
-/// divisor 0 < w < 2^31: with 2^l >= w > 2^(l-1), shift = 31 + l and
-/// multiplier = ceil(2^shift / w) <= 2^32, so the product stays below 2^63;
-/// the multiplier exceeds 2^shift / w by e / w with e < w <= 2^l, which adds
-/// s * e / (w * 2^shift) < 1 / w to s / w, too little to reach the next
-/// whole number. A zero divisor gives multiplier 0, so the quotient 0.
-struct Divisor {
-    uint64_t multiplier;
-    uint32_t shift;
-
-    uint32_t Divide(uint32_t s) const { return static_cast<uint32_t>((uint64_t{s} * multiplier) >> shift); }
-};
-
-Divisor DivisorOf(uint64_t w) {
-    if (w == 0) return {0, 0};
-    uint32_t l = 0;
-    while ((uint64_t{1} << l) < w) ++l;
-    const uint32_t shift = 31 + l;
-    return {((uint64_t{1} << shift) + w - 1) / w, shift};
-}
-
-/// The column side, worked once per call. Destination column x reads the
-/// taps [tapStart[x], tapStart[x + 1]) of `taps`: a column of the region
-/// (counted from its left edge) and its numerator cx. Its numerators add up
-/// to classSum[classOf[x]]: there are few distinct sums, so each row works out
-/// a divisor per class rather than per column.
-struct ColumnTaps {
-    uint32_t column;
-    uint32_t weight;
-};
-
-struct ExactPlan {
-    uint32_t channels;
-    const unsigned char* source;
-    uint32_t sourceRowBytes;
-    unsigned char* destination;
-    uint32_t destinationRowBytes;
-    uint32_t width;         // destination columns
-    uint32_t regionWidth;   // source columns summed per row
-    uint32_t firstColumn;   // the region's left edge
-    uint32_t lastRow;       // repeated past the bottom edge
-    Axis rows;
-    double rowUnit;         // 2^B
-    uint32_t boxTaps;       // > 0: column x is the plain sum of region columns [x * boxTaps, (x + 1) * boxTaps)
-    const size_t* tapStart;
-    const ColumnTaps* taps;
-    const uint32_t* classOf;
-    const uint32_t* classSum;
-    uint32_t classes;
-};
-
-struct ExactBand {
-    uint32_t* columnSums;  // regionWidth * channels: the footprint's rows summed, per source sample
-    Divisor* divisors;     // per class
-};
-
-/// sums[i] = the sum over row y's footprint of ry * sample i of the row; a
-/// row of weight 1 is added without the multiply. Returns the sum of the ry.
-template <class T, uint32_t N>
-uint32_t SumFootprintRows(const ExactPlan& p, uint32_t y, uint32_t* __restrict sums) {
-    const size_t count = size_t{p.regionWidth} * N;
-    const Footprint f = FootprintOf(y, p.rows.scale, p.rows.offset);
-    uint32_t rowWeights = 0;
-    bool first = true;
-    for (double sy = f.firstPixel; sy < f.endPixel; sy += 1.0) {
-        const auto ry = static_cast<uint32_t>(Coverage(sy, f.start, f.end) * p.rowUnit);
-        rowWeights += ry;
-        const unsigned char* row = RowAt(p.source, ClampToLast(sy, p.lastRow), p.sourceRowBytes) +
-                                   static_cast<size_t>(p.firstColumn * N) * sizeof(T);
-        if (first && ry == 1) {
-            for (size_t i = 0; i < count; ++i) sums[i] = LoadSample<T>(row, static_cast<uint32_t>(i));
-        } else if (first) {
-            for (size_t i = 0; i < count; ++i) sums[i] = ry * LoadSample<T>(row, static_cast<uint32_t>(i));
-        } else if (ry == 1) {
-            for (size_t i = 0; i < count; ++i) sums[i] += LoadSample<T>(row, static_cast<uint32_t>(i));
-        } else {
-            for (size_t i = 0; i < count; ++i) sums[i] += ry * LoadSample<T>(row, static_cast<uint32_t>(i));
-        }
-        first = false;
-    }
-    if (first) std::fill(sums, sums + count, 0u);
-    return rowWeights;
-}
-
-template <class T, uint32_t N>
-void ExactRows(const ExactPlan& p, uint32_t firstRow, uint32_t endRow, const ExactBand& m) {
-    const uint32_t* const sums = m.columnSums;
-    for (uint32_t y = firstRow; y < endRow; ++y) {
-        const uint32_t rowWeights = SumFootprintRows<T, N>(p, y, m.columnSums);
-        for (uint32_t k = 0; k < p.classes; ++k) m.divisors[k] = DivisorOf(uint64_t{p.classSum[k]} * rowWeights);
-        unsigned char* const destinationRow = RowAt(p.destination, y, p.destinationRowBytes);
-        if (p.boxTaps > 0) {
-            const Divisor divisor = m.divisors[0];
-            const size_t k = p.boxTaps;
-            for (size_t x = 0; x < p.width; ++x) {
-                const uint32_t* box = sums + x * k * N;
-                T pixel[N];
-                for (uint32_t c = 0; c < N; ++c) {
-                    uint32_t s = 0;
-                    for (size_t j = 0; j < k; ++j) s += box[j * N + c];
-                    pixel[c] = static_cast<T>(divisor.Divide(s));
-                }
-                std::memcpy(destinationRow + x * N * sizeof(T), pixel, sizeof pixel);
-            }
-            continue;
-        }
-        for (size_t x = 0; x < p.width; ++x) {
-            uint32_t s[N] = {};
-            for (size_t t = p.tapStart[x]; t < p.tapStart[x + 1]; ++t) {
-                const uint32_t* at = sums + size_t{p.taps[t].column} * N;
-                for (uint32_t c = 0; c < N; ++c) s[c] += p.taps[t].weight * at[c];
-            }
-            const Divisor divisor = m.divisors[p.classOf[x]];
-            T pixel[N];
-            for (uint32_t c = 0; c < N; ++c) pixel[c] = static_cast<T>(divisor.Divide(s[c]));
-            std::memcpy(destinationRow + x * N * sizeof(T), pixel, sizeof pixel);
-        }
-    }
-}
-
-template <class T>
-void ExactRowsOfWidth(const ExactPlan& p, uint32_t firstRow, uint32_t endRow, const ExactBand& m) {
-    switch (p.channels) {
-        case 1: return ExactRows<T, 1>(p, firstRow, endRow, m);
-        case 2: return ExactRows<T, 2>(p, firstRow, endRow, m);
-        case 3: return ExactRows<T, 3>(p, firstRow, endRow, m);
-        case 4: return ExactRows<T, 4>(p, firstRow, endRow, m);
-        default: return;
-    }
-}
-
 }  // namespace
 
 bool ExactSumsApply(const Request& r) { return Qualify(r).applies; }
@@ -287,7 +317,7 @@ bool SuperSampleExactly(const Request& r) {
     size_t tapCount = 0;
     columns.ForEachTap([&tapCount](uint32_t, double, double) { ++tapCount; });
     const WorkArray<size_t> tapStart = MakeWorkArray<size_t>(size_t{width} + 1);
-    const WorkArray<ColumnTaps> taps = MakeWorkArray<ColumnTaps>(std::max<size_t>(tapCount, 1));
+    const WorkArray<ColumnTap> taps = MakeWorkArray<ColumnTap>(std::max<size_t>(tapCount, 1));
     const WorkArray<uint32_t> classes = MakeWorkArray<uint32_t>(2 * size_t{width});
     if (!tapStart || !taps || !classes) return false;
 
@@ -304,10 +334,17 @@ bool SuperSampleExactly(const Request& r) {
     });
     for (uint32_t x = 0; x < width; ++x) tapStart[x + 1] = std::max(tapStart[x + 1], tapStart[x]);
 
-    // Equal footprints of whole columns side by side: plain box sums.
+    // Equal footprints of whole columns side by side: plain box sums, read
+    // through 32-bit indices.
     const size_t box = tapCount / width;
-    bool boxes = q.columns.bits == 0 && box * width == tapCount;
+    const size_t outputs = size_t{width} * r.channels;
+    bool boxes = q.columns.bits == 0 && box * width == tapCount &&
+                 uint64_t{r.region.width} * r.channels < (uint64_t{1} << 31);
     for (size_t i = 0; boxes && i < tapCount; ++i) boxes = taps[i].column == i && taps[i].weight == 1;
+    const WorkArray<int32_t> boxIndex = MakeWorkArray<int32_t>(boxes ? outputs : 1);
+    if (!boxIndex) return false;
+    for (size_t i = 0; boxes && i < outputs; ++i)
+        boxIndex[i] = static_cast<int32_t>(i / r.channels * box * r.channels + i % r.channels);
 
     // The distinct column sums, then each column's index among them.
     std::copy(classOf, classOf + width, classSum);
@@ -324,7 +361,10 @@ bool SuperSampleExactly(const Request& r) {
     const WorkArray<Divisor> divisors = MakeWorkArray<Divisor>(size_t{classCount} * bands.count());
     if (!columnSums || !divisors) return false;
 
+    const uint32_t lastRow = static_cast<uint32_t>(r.region.y) + r.region.height - 1;
+    const Axis rowAxis = RowsOf(r);
     const ExactPlan plan{r.channels,
+                         r.bytesPerSample,
                          r.source,
                          r.sourceRowBytes,
                          r.destination,
@@ -332,24 +372,24 @@ bool SuperSampleExactly(const Request& r) {
                          width,
                          r.region.width,
                          static_cast<uint32_t>(r.region.x),
-                         static_cast<uint32_t>(r.region.y) + r.region.height - 1,
-                         RowsOf(r),
+                         lastRow,
+                         rowAxis.scale,
+                         rowAxis.offset,
                          std::ldexp(1.0, static_cast<int>(q.rows.bits)),
                          boxes ? static_cast<uint32_t>(box) : 0,
+                         boxIndex.get(),
                          tapStart.get(),
                          taps.get(),
                          classOf,
                          classSum,
                          classCount};
+    const auto exactRows = HWY_DYNAMIC_DISPATCH(ExactRows);
     bands.Run([&](uint32_t band, uint32_t firstRow, uint32_t endRow) {
         const ExactBand memory{columnSums.get() + band * sumsPerBand, divisors.get() + size_t{band} * classCount};
-        if (r.bytesPerSample == 1) {
-            ExactRowsOfWidth<uint8_t>(plan, firstRow, endRow, memory);
-        } else {
-            ExactRowsOfWidth<uint16_t>(plan, firstRow, endRow, memory);
-        }
+        exactRows(plan, firstRow, endRow, memory);
     });
     return true;
 }
 
 }  // namespace lumo::supersampling
+#endif  // HWY_ONCE
