@@ -128,31 +128,58 @@ HWY_INLINE hn::Vec<D32> DivideLanes(hn::Vec<D32> s, Divisor divisor) {
 #endif
 }
 
-/// A destination row of equal boxes: output sample i is the box sum at
-/// boxIndex[i], divided; the outputs are consecutive samples of the row.
+/// Box sums of K whole columns side by side (K = 0: p.boxTaps of them), in
+/// the order of the destination samples.
+template <uint32_t N, size_t K>
+void BoxSums(const ExactPlan& p, const uint32_t* HWY_RESTRICT sums, uint32_t* HWY_RESTRICT out) {
+    const size_t taps = K != 0 ? K : p.boxTaps;
+    for (size_t x = 0; x < p.width; ++x) {
+        const uint32_t* box = sums + x * taps * N;
+        for (uint32_t c = 0; c < N; ++c) {
+            uint32_t s = box[c];
+            for (size_t j = 1; j < taps; ++j) s += box[j * N + c];
+            out[x * N + c] = s;
+        }
+    }
+}
+
+template <uint32_t N>
+void BoxSumsOfTaps(const ExactPlan& p, const uint32_t* sums, uint32_t* out) {
+    switch (p.boxTaps) {
+        case 1: return BoxSums<N, 1>(p, sums, out);
+        case 2: return BoxSums<N, 2>(p, sums, out);
+        case 3: return BoxSums<N, 3>(p, sums, out);
+        case 4: return BoxSums<N, 4>(p, sums, out);
+        default: return BoxSums<N, 0>(p, sums, out);
+    }
+}
+
+/// A destination row of equal boxes: the box sums, then all divided by the
+/// same divisor and stored as consecutive samples.
 template <class T>
-void BoxRow(const ExactPlan& p, const uint32_t* sums, Divisor divisor, unsigned char* destinationRow) {
+void BoxRow(const ExactPlan& p, const ExactBand& m, unsigned char* destinationRow) {
+    switch (p.channels) {
+        case 1: BoxSumsOfTaps<1>(p, m.columnSums, m.boxSums); break;
+        case 2: BoxSumsOfTaps<2>(p, m.columnSums, m.boxSums); break;
+        case 3: BoxSumsOfTaps<3>(p, m.columnSums, m.boxSums); break;
+        case 4: BoxSumsOfTaps<4>(p, m.columnSums, m.boxSums); break;
+        default: return;
+    }
     const D32 d;
     const hn::Rebind<int32_t, D32> di;
     const hn::Rebind<T, D32> dt;
+    const Divisor divisor = m.divisors[0];
+    const uint32_t* const boxSums = m.boxSums;
     const size_t count = size_t{p.width} * p.channels;
-    const size_t taps = p.boxTaps;
-    const size_t step = p.channels;
     auto* out = reinterpret_cast<T*>(destinationRow);
     const size_t lanes = hn::Lanes(d);
     size_t i = 0;
     for (; i + lanes <= count; i += lanes) {
-        const auto index = hn::LoadU(di, p.boxIndex + i);
-        auto s = hn::GatherIndex(d, sums, index);
-        for (size_t j = 1; j < taps; ++j) s = hn::Add(s, hn::GatherIndex(d, sums + j * step, index));
-        const auto q = hn::BitCast(di, DivideLanes(s, divisor));
+        const auto q = hn::BitCast(di, DivideLanes(hn::LoadU(d, boxSums + i), divisor));
         hn::StoreU(hn::DemoteTo(dt, q), dt, out + i);
     }
-    for (; i < count; ++i) {
-        uint32_t s = 0;
-        for (size_t j = 0; j < taps; ++j) s += sums[static_cast<size_t>(p.boxIndex[i]) + j * step];
-        StoreSample<T>(destinationRow, static_cast<uint32_t>(i), static_cast<T>(divisor.Divide(s)));
-    }
+    for (; i < count; ++i)
+        StoreSample<T>(destinationRow, static_cast<uint32_t>(i), static_cast<T>(divisor.Divide(boxSums[i])));
 }
 
 /// A destination row of any footprints: each column's taps weighted by their
@@ -190,7 +217,7 @@ void Rows(const ExactPlan& p, uint32_t firstRow, uint32_t endRow, const ExactBan
         for (uint32_t k = 0; k < p.classes; ++k) m.divisors[k] = DivisorOf(uint64_t{p.classSum[k]} * rowWeights);
         unsigned char* const destinationRow = RowAt(p.destination, y, p.destinationRowBytes);
         if (p.boxTaps > 0) {
-            BoxRow<T>(p, m.columnSums, m.divisors[0], destinationRow);
+            BoxRow<T>(p, m, destinationRow);
         } else {
             TapRowOfWidth<T>(p, m.columnSums, m.divisors, destinationRow);
         }
@@ -334,17 +361,10 @@ bool SuperSampleExactly(const Request& r) {
     });
     for (uint32_t x = 0; x < width; ++x) tapStart[x + 1] = std::max(tapStart[x + 1], tapStart[x]);
 
-    // Equal footprints of whole columns side by side: plain box sums, read
-    // through 32-bit indices.
+    // Equal footprints of whole columns side by side: plain box sums.
     const size_t box = tapCount / width;
-    const size_t outputs = size_t{width} * r.channels;
-    bool boxes = q.columns.bits == 0 && box * width == tapCount &&
-                 uint64_t{r.region.width} * r.channels < (uint64_t{1} << 31);
+    bool boxes = q.columns.bits == 0 && box * width == tapCount;
     for (size_t i = 0; boxes && i < tapCount; ++i) boxes = taps[i].column == i && taps[i].weight == 1;
-    const WorkArray<int32_t> boxIndex = MakeWorkArray<int32_t>(boxes ? outputs : 1);
-    if (!boxIndex) return false;
-    for (size_t i = 0; boxes && i < outputs; ++i)
-        boxIndex[i] = static_cast<int32_t>(i / r.channels * box * r.channels + i % r.channels);
 
     // The distinct column sums, then each column's index among them.
     std::copy(classOf, classOf + width, classSum);
@@ -356,7 +376,8 @@ bool SuperSampleExactly(const Request& r) {
     const auto rows = static_cast<uint32_t>(r.destinationSize.height);
     const uint64_t sourceBytes = uint64_t{r.region.width} * r.region.height * r.channels * r.bytesPerSample;
     const RowBands bands(rows, sourceBytes);
-    const size_t sumsPerBand = size_t{r.region.width} * r.channels;
+    const size_t columnSumsPerBand = size_t{r.region.width} * r.channels;
+    const size_t sumsPerBand = columnSumsPerBand + (boxes ? size_t{width} * r.channels : 0);
     const WorkArray<uint32_t> columnSums = MakeWorkArray<uint32_t>(sumsPerBand * bands.count());
     const WorkArray<Divisor> divisors = MakeWorkArray<Divisor>(size_t{classCount} * bands.count());
     if (!columnSums || !divisors) return false;
@@ -377,7 +398,6 @@ bool SuperSampleExactly(const Request& r) {
                          rowAxis.offset,
                          std::ldexp(1.0, static_cast<int>(q.rows.bits)),
                          boxes ? static_cast<uint32_t>(box) : 0,
-                         boxIndex.get(),
                          tapStart.get(),
                          taps.get(),
                          classOf,
@@ -385,7 +405,8 @@ bool SuperSampleExactly(const Request& r) {
                          classCount};
     const auto exactRows = HWY_DYNAMIC_DISPATCH(ExactRows);
     bands.Run([&](uint32_t band, uint32_t firstRow, uint32_t endRow) {
-        const ExactBand memory{columnSums.get() + band * sumsPerBand, divisors.get() + size_t{band} * classCount};
+        uint32_t* const bandSums = columnSums.get() + band * sumsPerBand;
+        const ExactBand memory{bandSums, bandSums + columnSumsPerBand, divisors.get() + size_t{band} * classCount};
         exactRows(plan, firstRow, endRow, memory);
     });
     return true;

@@ -53,11 +53,10 @@ struct ExactPlan {
     uint32_t lastRow;      // repeated past the bottom edge
     double rowScale, rowOffset;  // the rows' footprints, as the per-pixel form has them
     double rowUnit;              // 2^B: row fractions times this are whole
-    // Equal footprints of whole columns side by side (boxTaps > 0): output
-    // sample i (of width * channels) is the plain sum of the column sums at
-    // boxIndex[i] + j * channels, j < boxTaps, and every column has class 0.
+    // Equal footprints of whole columns side by side (boxTaps > 0): column x
+    // is the plain sum of region columns [x * boxTaps, (x + 1) * boxTaps),
+    // and every column has class 0.
     uint32_t boxTaps;
-    const int32_t* boxIndex;
     const size_t* tapStart;
     const ColumnTap* taps;
     const uint32_t* classOf;
@@ -68,6 +67,7 @@ struct ExactPlan {
 /// Working memory of one band of rows.
 struct ExactBand {
     uint32_t* columnSums;  // regionWidth * channels: the footprint's rows summed, per source sample
+    uint32_t* boxSums;     // width * channels, for equal boxes: the sums of a destination row
     Divisor* divisors;     // per class
 };
 
