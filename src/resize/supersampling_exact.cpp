@@ -66,23 +66,46 @@ namespace hn = hwy::HWY_NAMESPACE;
 using D32 = hn::ScalableTag<uint32_t>;
 
 /// sums[i] = ry * sample i of `row` (kFirst) or sums[i] + ry * sample i.
+/// sums[i] = ra * sample i of row a + rb * sample i of row b, plus sums[i]
+/// unless kFirst. Two rows at a time halve the passes over the sums.
 template <class T, bool kFirst, bool kWeighted>
-HWY_INLINE void AddRow(const unsigned char* row, size_t count, uint32_t ry, uint32_t* HWY_RESTRICT sums) {
+HWY_INLINE void AddRows(const unsigned char* a, uint32_t ra, const unsigned char* b, uint32_t rb, size_t count,
+                        uint32_t* HWY_RESTRICT sums) {
     const D32 d;
     const hn::Rebind<T, D32> dt;
-    const auto* samples = reinterpret_cast<const T*>(row);
-    const auto weight = hn::Set(d, ry);
+    const auto* samplesA = reinterpret_cast<const T*>(a);
+    const auto* samplesB = reinterpret_cast<const T*>(b);
+    const auto weightA = hn::Set(d, ra);
+    const auto weightB = hn::Set(d, rb);
     const size_t lanes = hn::Lanes(d);
     size_t i = 0;
     for (; i + lanes <= count; i += lanes) {
-        auto v = hn::PromoteTo(d, hn::LoadU(dt, samples + i));
-        if constexpr (kWeighted) v = hn::Mul(v, weight);
+        auto va = hn::PromoteTo(d, hn::LoadU(dt, samplesA + i));
+        auto vb = hn::PromoteTo(d, hn::LoadU(dt, samplesB + i));
+        if constexpr (kWeighted) {
+            va = hn::Mul(va, weightA);
+            vb = hn::Mul(vb, weightB);
+        }
+        auto v = hn::Add(va, vb);
         if constexpr (!kFirst) v = hn::Add(v, hn::LoadU(d, sums + i));
         hn::StoreU(v, d, sums + i);
     }
     for (; i < count; ++i) {
-        const uint32_t v = ry * LoadSample<T>(row, static_cast<uint32_t>(i));
+        const uint32_t v =
+            ra * LoadSample<T>(a, static_cast<uint32_t>(i)) + rb * LoadSample<T>(b, static_cast<uint32_t>(i));
         sums[i] = kFirst ? v : sums[i] + v;
+    }
+}
+
+template <class T>
+void AddRowsOf(bool first, const unsigned char* a, uint32_t ra, const unsigned char* b, uint32_t rb, size_t count,
+               uint32_t* sums) {
+    const bool weighted = ra != 1 || rb != 1;
+    if (first) {
+        weighted ? AddRows<T, true, true>(a, ra, b, rb, count, sums) : AddRows<T, true, false>(a, ra, b, rb, count, sums);
+    } else {
+        weighted ? AddRows<T, false, true>(a, ra, b, rb, count, sums)
+                 : AddRows<T, false, false>(a, ra, b, rb, count, sums);
     }
 }
 
@@ -94,16 +117,25 @@ uint32_t SumFootprintRows(const ExactPlan& p, uint32_t y, uint32_t* HWY_RESTRICT
     const Footprint f = FootprintOf(y, p.rowScale, p.rowOffset);
     uint32_t rowWeights = 0;
     bool first = true;
+    const unsigned char* pending = nullptr;  // a row waiting for a partner
+    uint32_t pendingWeight = 0;
     for (double sy = f.firstPixel; sy < f.endPixel; sy += 1.0) {
         const auto ry = static_cast<uint32_t>(Coverage(sy, f.start, f.end) * p.rowUnit);
         rowWeights += ry;
         const unsigned char* row = RowAt(p.source, ClampToLast(sy, p.lastRow), p.sourceRowBytes) +
                                    static_cast<size_t>(p.firstColumn * p.channels) * sizeof(T);
-        if (first) {
-            ry == 1 ? AddRow<T, true, false>(row, count, ry, sums) : AddRow<T, true, true>(row, count, ry, sums);
-        } else {
-            ry == 1 ? AddRow<T, false, false>(row, count, ry, sums) : AddRow<T, false, true>(row, count, ry, sums);
+        if (pending == nullptr) {
+            pending = row;
+            pendingWeight = ry;
+            continue;
         }
+        AddRowsOf<T>(first, pending, pendingWeight, row, ry, count, sums);
+        pending = nullptr;
+        first = false;
+    }
+    // A row left over counts once: its partner is itself with weight 0.
+    if (pending != nullptr) {
+        AddRowsOf<T>(first, pending, pendingWeight, pending, 0, count, sums);
         first = false;
     }
     if (first) std::fill(sums, sums + count, 0u);
