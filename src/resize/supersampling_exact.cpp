@@ -145,12 +145,12 @@ uint32_t SumFootprintRows(const ExactPlan& p, uint32_t y, uint32_t* HWY_RESTRICT
 /// floor(s / w) in every lane, as Divisor::Divide: the 64-bit products of
 /// the even and of the odd lanes, shifted, and put back together (each
 /// quotient is below 2^16).
-HWY_INLINE hn::Vec<D32> DivideLanes(hn::Vec<D32> s, Divisor divisor) {
-    const D32 d;
+template <class D>
+HWY_INLINE hn::Vec<D> DivideLanes(D d, hn::Vec<D> s, Divisor divisor) {
 #if HWY_TARGET == HWY_SCALAR
     return hn::Set(d, divisor.Divide(hn::GetLane(s)));
 #else
-    const hn::Repartition<uint64_t, D32> d64;
+    const hn::Repartition<uint64_t, D> d64;
     const auto multiplier = hn::Set(d, divisor.multiplier);
     const int shift = static_cast<int>(divisor.shift);
     const auto even = hn::ShiftRightSame(hn::MulEven(s, multiplier), shift);
@@ -207,7 +207,7 @@ void BoxRow(const ExactPlan& p, const ExactBand& m, unsigned char* destinationRo
     const size_t lanes = hn::Lanes(d);
     size_t i = 0;
     for (; i + lanes <= count; i += lanes) {
-        const auto q = hn::BitCast(di, DivideLanes(hn::LoadU(d, boxSums + i), divisor));
+        const auto q = hn::BitCast(di, DivideLanes(d, hn::LoadU(d, boxSums + i), divisor));
         hn::StoreU(hn::DemoteTo(dt, q), dt, out + i);
     }
     for (; i < count; ++i)
@@ -215,9 +215,29 @@ void BoxRow(const ExactPlan& p, const ExactBand& m, unsigned char* destinationRo
 }
 
 /// A destination row of any footprints: each column's taps weighted by their
-/// numerators.
+/// numerators. Pixels of 3 or 4 samples are worked as one vector of 4 (the
+/// column sums carry a spare entry at their end for the fourth lane of the
+/// last pixel of 3).
 template <class T, uint32_t N>
 void TapRow(const ExactPlan& p, const uint32_t* sums, const Divisor* divisors, unsigned char* destinationRow) {
+#if HWY_TARGET != HWY_SCALAR
+    if constexpr (N >= 3) {
+        const hn::Full128<uint32_t> d;
+        for (size_t x = 0; x < p.width; ++x) {
+            auto s = hn::Zero(d);
+            for (size_t t = p.tapStart[x]; t < p.tapStart[x + 1]; ++t) {
+                const auto samples = hn::LoadU(d, sums + size_t{p.taps[t].column} * N);
+                s = hn::Add(s, hn::Mul(hn::Set(d, p.taps[t].weight), samples));
+            }
+            alignas(16) uint32_t q[4];
+            hn::Store(DivideLanes(d, s, divisors[p.classOf[x]]), d, q);
+            T pixel[N];
+            for (uint32_t c = 0; c < N; ++c) pixel[c] = static_cast<T>(q[c]);
+            std::memcpy(destinationRow + x * N * sizeof(T), pixel, sizeof pixel);
+        }
+        return;
+    }
+#endif
     for (size_t x = 0; x < p.width; ++x) {
         uint32_t s[N] = {};
         for (size_t t = p.tapStart[x]; t < p.tapStart[x + 1]; ++t) {
@@ -408,7 +428,7 @@ bool SuperSampleExactly(const Request& r) {
     const auto rows = static_cast<uint32_t>(r.destinationSize.height);
     const uint64_t sourceBytes = uint64_t{r.region.width} * r.region.height * r.channels * r.bytesPerSample;
     const RowBands bands(rows, sourceBytes);
-    const size_t columnSumsPerBand = size_t{r.region.width} * r.channels;
+    const size_t columnSumsPerBand = size_t{r.region.width} * r.channels + 1;  // a spare for vectors of 4
     const size_t sumsPerBand = columnSumsPerBand + (boxes ? size_t{width} * r.channels : 0);
     const WorkArray<uint32_t> columnSums = MakeWorkArray<uint32_t>(sumsPerBand * bands.count());
     const WorkArray<Divisor> divisors = MakeWorkArray<Divisor>(size_t{classCount} * bands.count());
