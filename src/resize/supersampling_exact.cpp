@@ -317,13 +317,14 @@ struct Axis {
     uint32_t count;
     double scale, offset;
 
-    /// Calls f(i, s, fraction) for every tap s of every footprint i, in order.
+    /// Calls f(i, s, fraction) for every tap s of every footprint i, in
+    /// order, until f returns false.
     template <class F>
     void ForEachTap(const F& f) const {
         for (uint32_t i = 0; i < count; ++i) {
             const Footprint footprint = FootprintOf(i, scale, offset);
             for (double s = footprint.firstPixel; s < footprint.endPixel; s += 1.0)
-                f(i, s, Coverage(s, footprint.start, footprint.end));
+                if (!f(i, s, Coverage(s, footprint.start, footprint.end))) return;
         }
     }
 };
@@ -337,7 +338,11 @@ struct AxisWeights {
 
 AxisWeights WeightsOf(const Axis& axis) {
     AxisWeights w;
-    axis.ForEachTap([&w](uint32_t, double, double fraction) { w.bits = std::max(w.bits, FractionBits(fraction)); });
+    // A call that does not qualify learns it at its first long fraction.
+    axis.ForEachTap([&w](uint32_t, double, double fraction) {
+        w.bits = std::max(w.bits, FractionBits(fraction));
+        return w.bits != kTooFine;
+    });
     if (w.bits == kTooFine) return w;
     const double unit = std::ldexp(1.0, static_cast<int>(w.bits));
     uint64_t sum = 0;
@@ -349,6 +354,7 @@ AxisWeights WeightsOf(const Axis& axis) {
             current = i;
         }
         sum += static_cast<uint64_t>(fraction * unit);
+        return true;
     });
     w.maxSum = std::max(w.maxSum, sum);
     return w;
@@ -394,7 +400,10 @@ bool SuperSampleExactly(const Request& r) {
     const double columnUnit = std::ldexp(1.0, static_cast<int>(q.columns.bits));
 
     size_t tapCount = 0;
-    columns.ForEachTap([&tapCount](uint32_t, double, double) { ++tapCount; });
+    columns.ForEachTap([&tapCount](uint32_t, double, double) {
+        ++tapCount;
+        return true;
+    });
     const WorkArray<size_t> tapStart = MakeWorkArray<size_t>(size_t{width} + 1);
     const WorkArray<ColumnTap> taps = MakeWorkArray<ColumnTap>(std::max<size_t>(tapCount, 1));
     const WorkArray<uint32_t> classes = MakeWorkArray<uint32_t>(2 * size_t{width});
@@ -410,6 +419,7 @@ bool SuperSampleExactly(const Request& r) {
         taps[t++] = {ClampToLast(sx - firstColumn, lastColumn), static_cast<uint32_t>(fraction * columnUnit)};
         tapStart[x + 1] = t;
         classOf[x] += taps[t - 1].weight;  // the column's sum, for now
+        return true;
     });
     for (uint32_t x = 0; x < width; ++x) tapStart[x + 1] = std::max(tapStart[x + 1], tapStart[x]);
 
