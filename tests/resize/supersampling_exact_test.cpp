@@ -6,7 +6,6 @@
 
 #include <gtest/gtest.h>
 
-#include "common/work_memory.h"
 #include "resize/differential.h"
 #include "resize/kernel_harness.h"
 #include "resize/kernels.h"
@@ -125,25 +124,6 @@ TEST(SuperSamplingExact, TopValuesNearTheBound) {
         ASSERT_EQ(lumo::test::Resize(kFast, source, fast), kLumoResultOK);
         ASSERT_EQ(lumo::test::Resize(kReference, source, reference), kLumoResultOK);
         EXPECT_EQ(fast.bytes, reference.bytes) << c.source.width << "x" << c.source.height;
-    }
-}
-
-// Each of the whole-number path's blocks in turn cannot be had: the call falls
-// back to the other paths and writes the same bytes.
-TEST(SuperSamplingExact, MissingWorkingMemoryGivesTheSameBytes) {
-    const TestImage source = lumo::test::Patterned(24, 20, 3, 8, 2, 5);
-    TestImage expected = TestImage::Make(6, 8, 3, 8, 1);
-    ASSERT_EQ(lumo::test::Resize(kReference, source, expected), kLumoResultOK);
-    for (int successes = 0; successes <= 5; ++successes) {
-        TestImage destination = TestImage::Make(6, 8, 3, 8, 1);
-        lumo::testing::FailWorkAllocationsAfter(successes);
-        EXPECT_EQ(lumo::test::Resize(kFast, source, destination), kLumoResultOK);
-        const int asked = lumo::testing::WorkAllocationCount();
-        lumo::testing::ResetWorkAllocationFailures();
-        EXPECT_EQ(destination.bytes, expected.bytes) << successes << " blocks obtained";
-        if (successes == 5) {
-            EXPECT_EQ(asked, 5);  // five blocks are all it needs
-        }
     }
 }
 
