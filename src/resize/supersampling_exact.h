@@ -1,0 +1,33 @@
+// Area averaging in whole numbers, for the calls whose weights allow it
+// without changing a single output byte (see supersampling_exact.cpp).
+#pragma once
+
+#include <cstdint>
+
+#include "lumomath/LumoMath.h"
+
+namespace lumo::supersampling {
+
+/// One area-averaging call: footprints in absolute source coordinates of the
+/// region, which for a whole image is the region at (0, 0) that covers it.
+struct Request {
+    uint32_t channels;
+    uint32_t bytesPerSample;
+    const unsigned char* source;
+    uint32_t sourceRowBytes;
+    tagLumoRect region;
+    unsigned char* destination;
+    tagLumoSize destinationSize;
+    uint32_t destinationRowBytes;
+};
+
+/// Whether every weight of the call is a binary fraction short enough for
+/// its sums to be worked exactly in whole numbers. Allocates nothing.
+bool ExactSumsApply(const Request& r);
+
+/// Works the call in whole numbers and returns true when ExactSumsApply()
+/// holds and its tables could be had; otherwise writes nothing and returns
+/// false. `r` has 1 to 4 channels, a destination of at least 1 x 1.
+bool SuperSampleExactly(const Request& r);
+
+}  // namespace lumo::supersampling
