@@ -33,6 +33,7 @@
 #include "resize/sample_access.h"
 #include "resize/separable_resize.h"
 #include "resize/separable_rows.h"
+#include "resize/two_tap_float.h"
 
 HWY_BEFORE_NAMESPACE();
 namespace lumo {
@@ -146,12 +147,63 @@ HWY_INLINE void ResampleRowChannels(const unsigned char* input, T* out, uint32_t
     }
 }
 
+#if HWY_TARGET != HWY_SCALAR
+/// Float lanes `near` where a float sum may truncate to another byte than the
+/// double sum: within kNearByte of an integer from 1 to 255.
+template <class D>
+HWY_INLINE auto NearByteBoundary(D d, hn::Vec<D> v) {
+    const auto n = hn::Round(v);
+    const auto close = hn::Lt(hn::Abs(hn::Sub(v, n)), hn::Set(d, kNearByte));
+    return hn::And(close, hn::And(hn::Gt(n, hn::Set(d, 0.5f)), hn::Lt(n, hn::Set(d, 255.5f))));
+}
+
+/// Float sums clamped and truncated to bytes.
+template <class D>
+HWY_INLINE auto FloatToBytes(D d, hn::Vec<D> v) {
+    const hn::RebindToSigned<D> di;
+    const hn::Rebind<uint8_t, D> du8;
+    v = hn::Min(hn::Max(v, hn::Zero(d)), hn::Set(d, 255.0f));
+    return hn::DemoteTo(du8, hn::ConvertTo(di, v));
+}
+
+/// An 8-bit destination row from two intermediate rows in float lanes (see
+/// TwoTapFloat); lanes near a byte boundary are redone in double unless the
+/// weights make the float sums exact.
+HWY_INLINE void BlendRows8Float(const uint8_t* const* rows, const double* weights, uint32_t count, unsigned char* out,
+                                bool exact) {
+    const hn::ScalableTag<float> d;
+    const hn::RebindToSigned<decltype(d)> di;
+    const hn::Rebind<uint8_t, decltype(d)> du8;
+    const size_t lanes = hn::Lanes(d);
+    const auto w0 = hn::Set(d, static_cast<float>(weights[0]));
+    const auto w1 = hn::Set(d, static_cast<float>(weights[1]));
+    const uint8_t* row0 = rows[0];
+    const uint8_t* row1 = rows[1];
+    uint32_t e = 0;
+    for (; e + lanes <= count; e += static_cast<uint32_t>(lanes)) {
+        const auto a = hn::ConvertTo(d, hn::PromoteTo(di, hn::LoadU(du8, row0 + e)));
+        const auto b = hn::ConvertTo(d, hn::PromoteTo(di, hn::LoadU(du8, row1 + e)));
+        const auto v = hn::Add(hn::Mul(a, w0), hn::Mul(b, w1));
+        if (!exact && !hn::AllFalse(d, NearByteBoundary(d, v))) {
+            BlendRowsScalar<uint8_t, 2>(rows, weights, e, e + static_cast<uint32_t>(lanes), out);
+            continue;
+        }
+        hn::StoreU(FloatToBytes(d, v), du8, out + e);
+    }
+    BlendRowsScalar<uint8_t, 2>(rows, weights, e, count, out);
+}
+#endif
+
 /// One destination row from the `Taps` intermediate rows `rows`, a full
 /// vector of samples at a time.
 template <class T, uint32_t Taps>
 HWY_INLINE void BlendRowsT(const T* const* rows, const double* weights, uint32_t count, unsigned char* out) {
     uint32_t e = 0;
 #if HWY_TARGET != HWY_SCALAR
+    if constexpr (sizeof(T) == 1 && Taps == 2) {
+        const TwoTapFloat mode = TwoTapFloatMode(weights);
+        if (mode != TwoTapFloat::kNo) return BlendRows8Float(rows, weights, count, out, mode == TwoTapFloat::kExact);
+    }
     const hn::ScalableTag<double> d;
     const hn::Rebind<T, decltype(d)> dt;
     const hn::Repartition<uint8_t, decltype(dt)> dbytes;
