@@ -75,10 +75,23 @@ HWY_INLINE auto FloatToInt(D d, hn::Vec<D> v) {
     return hn::ConvertTo(di, hn::Min(hn::Max(v, hn::Zero(d)), hn::Set(d, 255.0f)));
 }
 
-/// Float sums clamped and truncated to bytes.
-template <class D>
-HWY_INLINE auto FloatToBytes(D d, hn::Vec<D> v) {
-    return hn::DemoteTo(hn::Rebind<uint8_t, D>(), FloatToInt(d, v));
+/// The two-tap sums of float lanes that hold whole samples (so widening them
+/// to double is exact), rounded as the plain kernels round them, clamped and
+/// truncated to int32 lanes: the low half of the lanes with the weights
+/// `low0` and `low1`, the high half with `high0` and `high1`.
+template <class D, class VD>
+HWY_INLINE auto TwoTapInDouble(D d, hn::Vec<D> s0, hn::Vec<D> s1, VD low0, VD low1, VD high0, VD high1) {
+    const hn::Half<D> dh;
+    const hn::Rebind<double, decltype(dh)> dd;
+    const hn::Rebind<int32_t, decltype(dd)> dhi;
+    const hn::Twice<decltype(dhi)> di;
+    (void)d;
+    const auto half = [&](hn::Vec<decltype(dh)> a, hn::Vec<decltype(dh)> b, VD w0, VD w1) {
+        const auto sum = hn::Add(hn::Mul(hn::PromoteTo(dd, a), w0), hn::Mul(hn::PromoteTo(dd, b), w1));
+        return hn::DemoteTo(dhi, hn::Min(hn::Max(sum, hn::Zero(dd)), hn::Set(dd, 255.0)));
+    };
+    return hn::Combine(di, half(hn::UpperHalf(dh, s0), hn::UpperHalf(dh, s1), high0, high1),
+                       half(hn::LowerHalf(dh, s0), hn::LowerHalf(dh, s1), low0, low1));
 }
 
 #endif
@@ -175,10 +188,7 @@ HWY_INLINE uint32_t ResamplePixels8Float(const unsigned char* input, uint8_t* ou
     const hn::Repartition<uint32_t, decltype(du8)> du32;
     constexpr uint32_t kPixels = HWY_LANES(float) / 4;
     static_assert(kPixels == 1 || kPixels == 2 || kPixels == 4);
-    const hn::Half<decltype(d)> dh;
-    const hn::Rebind<double, decltype(dh)> dd;
-    const hn::Rebind<int32_t, decltype(dd)> dhi;
-    const hn::Twice<decltype(dhi)> di2;
+    const hn::Rebind<double, hn::Half<decltype(d)>> dd;
     const size_t half = hn::Lanes(dd);
     const float* weights0 = plan.floatWeights;
     const float* weights1 = weights0 + static_cast<size_t>(width) * 4;
@@ -215,13 +225,9 @@ HWY_INLINE uint32_t ResamplePixels8Float(const unsigned char* input, uint8_t* ou
         if (!plan.floatExact && !hn::AllFalse(d, NearByteBoundary(d, v))) {
             // The whole vector again in double, from the samples at hand (as
             // floats they are exact) and the double weights.
-            const auto inDouble = [&](hn::Vec<decltype(dh)> a, hn::Vec<decltype(dh)> b, size_t o) {
-                const auto sum = hn::Add(hn::Mul(hn::PromoteTo(dd, a), hn::LoadU(dd, doubleWeights0 + at + o)),
-                                         hn::Mul(hn::PromoteTo(dd, b), hn::LoadU(dd, doubleWeights1 + at + o)));
-                return hn::DemoteTo(dhi, hn::Min(hn::Max(sum, hn::Zero(dd)), hn::Set(dd, 255.0)));
-            };
-            samples = hn::Combine(di2, inDouble(hn::UpperHalf(dh, s0), hn::UpperHalf(dh, s1), half),
-                                  inDouble(hn::LowerHalf(dh, s0), hn::LowerHalf(dh, s1), 0));
+            samples = TwoTapInDouble(d, s0, s1, hn::LoadU(dd, doubleWeights0 + at), hn::LoadU(dd, doubleWeights1 + at),
+                                     hn::LoadU(dd, doubleWeights0 + at + half),
+                                     hn::LoadU(dd, doubleWeights1 + at + half));
         }
         auto bytes = hn::DemoteTo(du8, samples);
         if constexpr (Channels == 3) bytes = hn::TableLookupBytes(bytes, pack);
@@ -275,6 +281,9 @@ HWY_INLINE void BlendRows8Float(const uint8_t* const* rows, const double* weight
     const size_t lanes = hn::Lanes(d);
     const auto w0 = hn::Set(d, static_cast<float>(weights[0]));
     const auto w1 = hn::Set(d, static_cast<float>(weights[1]));
+    const hn::Rebind<double, hn::Half<decltype(d)>> dd;
+    const auto doubleW0 = hn::Set(dd, weights[0]);
+    const auto doubleW1 = hn::Set(dd, weights[1]);
     const uint8_t* row0 = rows[0];
     const uint8_t* row1 = rows[1];
     uint32_t e = 0;
@@ -282,11 +291,10 @@ HWY_INLINE void BlendRows8Float(const uint8_t* const* rows, const double* weight
         const auto a = hn::ConvertTo(d, hn::PromoteTo(di, hn::LoadU(du8, row0 + e)));
         const auto b = hn::ConvertTo(d, hn::PromoteTo(di, hn::LoadU(du8, row1 + e)));
         const auto v = hn::Add(hn::Mul(a, w0), hn::Mul(b, w1));
-        if (!exact && !hn::AllFalse(d, NearByteBoundary(d, v))) {
-            BlendRowsScalar<uint8_t, 2>(rows, weights, e, e + static_cast<uint32_t>(lanes), out);
-            continue;
-        }
-        hn::StoreU(FloatToBytes(d, v), du8, out + e);
+        auto samples = FloatToInt(d, v);
+        if (!exact && !hn::AllFalse(d, NearByteBoundary(d, v)))
+            samples = TwoTapInDouble(d, a, b, doubleW0, doubleW1, doubleW0, doubleW1);
+        hn::StoreU(hn::DemoteTo(du8, samples), du8, out + e);
     }
     BlendRowsScalar<uint8_t, 2>(rows, weights, e, count, out);
 }
