@@ -17,6 +17,10 @@
 // pixel are one small load, its weight one broadcast. Gathering taps across
 // pixels instead measured slower on the processors at hand. The column pass
 // reads its rows contiguously, a full vector at a time.
+//
+// 8-bit two-tap sums (bilinear) mostly run in float lanes, twice as many per
+// vector, and only the vectors with a sum too close to a byte boundary are
+// redone in double; two_tap_float.h shows why the bytes cannot differ.
 
 #undef HWY_TARGET_INCLUDE
 #define HWY_TARGET_INCLUDE "resize/separable_resize.cpp"
@@ -426,16 +430,16 @@ std::optional<uint64_t> RingBytes(const SeparableJob& job, uint32_t bytesPerSamp
     return ring;
 }
 
-/// Bytes of the float weight table that an 8-bit two-tap row pass of 3 or 4
-/// channels keeps at the start of the working block: two taps, 4 lanes and
-/// a float per destination column (a multiple of 32, so the rings after it
-/// stay aligned).
+/// Bytes of the weight table that an 8-bit two-tap row pass of 3 or 4
+/// channels keeps at the start of the working block: two taps of 4 lanes, as
+/// floats and as doubles, per destination column (a multiple of 32, so the
+/// rings after it stay aligned).
 uint64_t FloatWeightBytes(const SeparableJob& job, uint32_t bytesPerSample) {
     if (bytesPerSample != 1 || job.taps != 2 || (job.channels != 3 && job.channels != 4)) return 0;
     return uint64_t{job.width} * 2 * 4 * (sizeof(float) + sizeof(double));
 }
 
-/// Fills the float weight table and says where the float lanes may run:
+/// Fills the weight table and says where the float lanes may run:
 /// from the first column after which every weight is within the bound of
 /// two_tap_float.h (only the extrapolated first columns of a large
 /// enlargement exceed it), exact when every weight there is short enough.
