@@ -43,8 +43,8 @@ struct SeparableJob {
 RowBands SeparableBands(const SeparableJob& job);
 
 /// Bytes of the working block for `bands` bands (one ring of intermediate rows
-/// per band), or SIZE_MAX, which no allocator grants, when they cannot fit in
-/// memory.
+/// per band, after a table of per-lane weights for 8-bit bilinear), or
+/// SIZE_MAX, which no allocator grants, when they cannot fit in memory.
 std::size_t SeparableWorkBytes(const SeparableJob& job, uint32_t bytesPerSample, uint32_t bands);
 
 /// Runs the job over its bands in parallel, in a zero-filled working block
