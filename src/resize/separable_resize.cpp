@@ -35,6 +35,7 @@
 #include <optional>
 
 #include "pool/thread_pool.h"
+#include "resize/halving_row.h"
 #include "resize/sample_access.h"
 #include "resize/separable_resize.h"
 #include "resize/separable_rows.h"
@@ -264,9 +265,52 @@ HWY_INLINE void ResampleRowT(const unsigned char* input, T* out, uint32_t width,
     ResampleRowScalar<T, Taps, Channels>(input, out, Channels, x, width, taps, weights);
 }
 
+#if HWY_TARGET != HWY_SCALAR
+/// (a + b) >> 1 in every byte lane, without widening: the shared bits plus
+/// half of the differing ones.
+template <class V>
+HWY_INLINE V MeanRoundingDown(V a, V b) {
+    return hn::Add(hn::And(a, b), hn::ShiftRight<1>(hn::Xor(a, b)));
+}
+
+/// The samples of an 8-bit row that halves exactly (halving_row.h), a step of
+/// whole pixels per 16-byte store; returns the pixel reached. A store writes
+/// 16 bytes, past the step's end, so it runs only while they lie in the row;
+/// the two loads then end within the first 2 * (step + 16) input samples,
+/// which the row holds (it has at least two input pixels per output pixel).
+HWY_INLINE uint32_t HalveRow8(const unsigned char* input, uint8_t* out, uint32_t channels, uint32_t width,
+                              const uint8_t* lanes) {
+    const hn::Full128<uint8_t> d;
+    const uint32_t step = HalvingStep(channels);
+    const uint32_t count = channels * width;
+    const auto first0 = hn::LoadU(d, lanes);
+    const auto first1 = hn::LoadU(d, lanes + 16);
+    const auto second0 = hn::LoadU(d, lanes + 32);
+    const auto second1 = hn::LoadU(d, lanes + 48);
+    uint32_t e = 0;
+    for (; e + 16 <= count; e += step) {
+        const unsigned char* in = input + static_cast<size_t>(e) * 2;
+        const auto a = hn::LoadU(d, in);
+        const auto b = hn::LoadU(d, in + 2 * step - 16);
+        const auto s0 = hn::Or(hn::TableLookupBytesOr0(a, first0), hn::TableLookupBytesOr0(b, first1));
+        const auto s1 = hn::Or(hn::TableLookupBytesOr0(a, second0), hn::TableLookupBytesOr0(b, second1));
+        hn::StoreU(MeanRoundingDown(s0, s1), d, out + e);
+    }
+    return e / channels;
+}
+#endif
+
 template <class T, uint32_t Taps>
 HWY_INLINE void ResampleRowChannels(const unsigned char* input, T* out, uint32_t channels, uint32_t width,
                                     const RowPlan& plan, const uint32_t* taps, const double* weights) {
+#if HWY_TARGET != HWY_SCALAR
+    if constexpr (sizeof(T) == 1 && Taps == 2) {
+        if (plan.halvingLanes != nullptr) {
+            const uint32_t x = HalveRow8(input, out, channels, width, plan.halvingLanes);
+            return ResampleRowScalar<T, Taps, 0>(input, out, channels, x, width, taps, weights);
+        }
+    }
+#endif
     switch (channels) {
         case 1: return ResampleRowT<T, Taps, 1>(input, out, width, plan, taps, weights);
         case 2: return ResampleRowT<T, Taps, 2>(input, out, width, plan, taps, weights);
@@ -277,6 +321,20 @@ HWY_INLINE void ResampleRowChannels(const unsigned char* input, T* out, uint32_t
 }
 
 #if HWY_TARGET != HWY_SCALAR
+/// An 8-bit destination row from two intermediate rows weighted 0.5 and 0.5:
+/// byte means rounding down (halving_row.h).
+HWY_INLINE void BlendRows8Halves(const uint8_t* const* rows, const double* weights, uint32_t count,
+                                 unsigned char* out) {
+    const hn::ScalableTag<uint8_t> d;
+    const size_t lanes = hn::Lanes(d);
+    const uint8_t* row0 = rows[0];
+    const uint8_t* row1 = rows[1];
+    uint32_t e = 0;
+    for (; e + lanes <= count; e += static_cast<uint32_t>(lanes))
+        hn::StoreU(MeanRoundingDown(hn::LoadU(d, row0 + e), hn::LoadU(d, row1 + e)), d, out + e);
+    BlendRowsScalar<uint8_t, 2>(rows, weights, e, count, out);
+}
+
 /// An 8-bit destination row from two intermediate rows in float lanes (see
 /// TwoTapFloat); lanes near a byte boundary are redone in double unless the
 /// weights make the float sums exact.
@@ -314,6 +372,7 @@ HWY_INLINE void BlendRowsT(const T* const* rows, const double* weights, uint32_t
     uint32_t e = 0;
 #if HWY_TARGET != HWY_SCALAR
     if constexpr (sizeof(T) == 1 && Taps == 2) {
+        if (HalvesPair(weights)) return BlendRows8Halves(rows, weights, count, out);
         const TwoTapFloat mode = TwoTapFloatMode(weights);
         if (mode != TwoTapFloat::kNo) return BlendRows8Float(rows, weights, count, out, mode == TwoTapFloat::kExact);
     }
@@ -492,6 +551,13 @@ uint32_t VectorColumns(const SeparableJob& job) {
     return job.channels == 3 ? std::min(safe, job.width - 1) : safe;
 }
 
+/// Whether the row pass halves every row exactly, in byte shuffles.
+template <class T, uint32_t Taps>
+bool HalvesRows(const SeparableJob& job) {
+    return sizeof(T) == 1 && Taps == 2 && HalvingStep(job.channels) != 0 &&
+           HalvesEveryColumn(job.width, job.columnTaps, job.columnWeights);
+}
+
 template <class T, uint32_t Taps>
 struct RowKernels {
     ResampleRowFn<T> resampleRow;
@@ -530,8 +596,14 @@ void RunBands(const SeparableJob& job, unsigned char* work, const RowBands& band
     ChooseTarget();
     const uint32_t vectorColumns = VectorColumns<Taps>(job);
     RowKernels<T, Taps> kernels{ChosenResampleRow<T, Taps>(), ChosenBlendRows<T, Taps>(),
-                                RowPlan{vectorColumns, vectorColumns, nullptr, nullptr, false}};
-    if (tableBytes != 0) PlanFloatColumns(job, reinterpret_cast<float*>(work), kernels.plan);
+                                RowPlan{vectorColumns, vectorColumns, nullptr, nullptr, false, nullptr}};
+    alignas(16) uint8_t halvingLanes[64];
+    if (HalvesRows<T, Taps>(job)) {
+        BuildHalvingLanes(job.channels, halvingLanes);
+        kernels.plan.halvingLanes = halvingLanes;
+    } else if (tableBytes != 0) {
+        PlanFloatColumns(job, reinterpret_cast<float*>(work), kernels.plan);
+    }
     bands.Run([&](uint32_t band, uint32_t first, uint32_t last) {
         T* ring = reinterpret_cast<T*>(work + tableBytes + static_cast<size_t>(band) * ringBytes);
         RunBand<T, Taps>(job, kernels, ring, first, last);
