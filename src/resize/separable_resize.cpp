@@ -290,6 +290,7 @@ HWY_INLINE uint32_t HalveRow8(const unsigned char* input, uint8_t* out, uint32_t
     uint32_t e = 0;
     for (; e + 16 <= count; e += step) {
         const unsigned char* in = input + static_cast<size_t>(e) * 2;
+        PrefetchAhead(in);
         const auto a = hn::LoadU(d, in);
         const auto b = hn::LoadU(d, in + 2 * step - 16);
         const auto s0 = hn::Or(hn::TableLookupBytesOr0(a, first0), hn::TableLookupBytesOr0(b, first1));
