@@ -566,6 +566,19 @@ struct RowKernels {
     RowPlan plan;
 };
 
+/// Asks for the first bytes of the input rows `tap` names. A row pass that
+/// streams through its rows has its own bytes ahead in flight, but the
+/// prefetchers start each new row cold.
+template <uint32_t Taps>
+void PrefetchRowStarts(const SeparableJob& job, const uint32_t* tap) {
+    constexpr uint32_t kLine = 64;
+    const uint32_t bytes = std::min<uint32_t>(1024, job.channels * job.sourceWidth);
+    for (uint32_t k = 0; k < Taps; ++k) {
+        const unsigned char* row = RowAt(job.source, tap[k], job.sourceRowBytes);
+        for (uint32_t at = 0; at < bytes; at += kLine) __builtin_prefetch(row + at);
+    }
+}
+
 /// Destination rows [first, last) of the job, with a ring of Taps rows.
 template <class T, uint32_t Taps>
 void RunBand(const SeparableJob& job, const RowKernels<T, Taps>& kernels, T* ring, uint32_t first, uint32_t last) {
@@ -574,6 +587,7 @@ void RunBand(const SeparableJob& job, const RowKernels<T, Taps>& kernels, T* rin
     for (uint32_t& r : held) r = std::numeric_limits<uint32_t>::max();  // no input has 2^32 - 1 rows
     for (uint32_t y = first; y < last; ++y) {
         const uint32_t* tap = job.rowTaps + static_cast<size_t>(y) * Taps;
+        if (kernels.plan.halvingLanes != nullptr && y + 1 < last) PrefetchRowStarts<Taps>(job, tap + Taps);
         const T* rows[Taps];
         for (uint32_t k = 0; k < Taps; ++k) {
             const uint32_t row = tap[k];
