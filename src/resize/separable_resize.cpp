@@ -21,6 +21,8 @@
 // 8-bit two-tap sums (bilinear) mostly run in float lanes, twice as many per
 // vector, and only the vectors with a sum too close to a byte boundary are
 // redone in double; two_tap_float.h shows why the bytes cannot differ.
+// Exact 2x reductions need no floating point at all: their sums are byte
+// means rounding down (halving_row.h).
 
 #undef HWY_TARGET_INCLUDE
 #define HWY_TARGET_INCLUDE "resize/separable_resize.cpp"
@@ -276,8 +278,9 @@ HWY_INLINE V MeanRoundingDown(V a, V b) {
 /// The samples of an 8-bit row that halves exactly (halving_row.h), a step of
 /// whole pixels per 16-byte store; returns the pixel reached. A store writes
 /// 16 bytes, past the step's end, so it runs only while they lie in the row;
-/// the two loads then end within the first 2 * (step + 16) input samples,
-/// which the row holds (it has at least two input pixels per output pixel).
+/// the loads of output sample e on end at input sample 2 * (e + step), below
+/// 2 * (e + 16), so inside the input row, which has at least two input pixels
+/// per output pixel.
 HWY_INLINE uint32_t HalveRow8(const unsigned char* input, uint8_t* out, uint32_t channels, uint32_t width,
                               const uint8_t* lanes) {
     const hn::Full128<uint8_t> d;
