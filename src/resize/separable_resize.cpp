@@ -21,6 +21,8 @@
 // 8-bit two-tap sums (bilinear) mostly run in float lanes, twice as many per
 // vector, and only the vectors with a sum too close to a byte boundary are
 // redone in double; two_tap_float.h shows why the bytes cannot differ.
+// Exact 2x reductions need no floating point at all: their sums are byte
+// means rounding down (halving_row.h).
 
 #undef HWY_TARGET_INCLUDE
 #define HWY_TARGET_INCLUDE "resize/separable_resize.cpp"
@@ -35,6 +37,7 @@
 #include <optional>
 
 #include "pool/thread_pool.h"
+#include "resize/halving_row.h"
 #include "resize/sample_access.h"
 #include "resize/separable_resize.h"
 #include "resize/separable_rows.h"
@@ -264,9 +267,54 @@ HWY_INLINE void ResampleRowT(const unsigned char* input, T* out, uint32_t width,
     ResampleRowScalar<T, Taps, Channels>(input, out, Channels, x, width, taps, weights);
 }
 
+#if HWY_TARGET != HWY_SCALAR
+/// (a + b) >> 1 in every byte lane, without widening: the shared bits plus
+/// half of the differing ones.
+template <class V>
+HWY_INLINE V MeanRoundingDown(V a, V b) {
+    return hn::Add(hn::And(a, b), hn::ShiftRight<1>(hn::Xor(a, b)));
+}
+
+/// The samples of an 8-bit row that halves exactly (halving_row.h), a step of
+/// whole pixels per 16-byte store; returns the pixel reached. A store writes
+/// 16 bytes, past the step's end, so it runs only while they lie in the row;
+/// the loads of output sample e on end at input sample 2 * (e + step), below
+/// 2 * (e + 16), so inside the input row, which has at least two input pixels
+/// per output pixel.
+HWY_INLINE uint32_t HalveRow8(const unsigned char* input, uint8_t* out, uint32_t channels, uint32_t width,
+                              const uint8_t* lanes) {
+    const hn::Full128<uint8_t> d;
+    const uint32_t step = HalvingStep(channels);
+    const uint32_t count = channels * width;
+    const auto first0 = hn::LoadU(d, lanes);
+    const auto first1 = hn::LoadU(d, lanes + 16);
+    const auto second0 = hn::LoadU(d, lanes + 32);
+    const auto second1 = hn::LoadU(d, lanes + 48);
+    uint32_t e = 0;
+    for (; e + 16 <= count; e += step) {
+        const unsigned char* in = input + static_cast<size_t>(e) * 2;
+        PrefetchAhead(in);
+        const auto a = hn::LoadU(d, in);
+        const auto b = hn::LoadU(d, in + 2 * step - 16);
+        const auto s0 = hn::Or(hn::TableLookupBytesOr0(a, first0), hn::TableLookupBytesOr0(b, first1));
+        const auto s1 = hn::Or(hn::TableLookupBytesOr0(a, second0), hn::TableLookupBytesOr0(b, second1));
+        hn::StoreU(MeanRoundingDown(s0, s1), d, out + e);
+    }
+    return e / channels;
+}
+#endif
+
 template <class T, uint32_t Taps>
 HWY_INLINE void ResampleRowChannels(const unsigned char* input, T* out, uint32_t channels, uint32_t width,
                                     const RowPlan& plan, const uint32_t* taps, const double* weights) {
+#if HWY_TARGET != HWY_SCALAR
+    if constexpr (sizeof(T) == 1 && Taps == 2) {
+        if (plan.halvingLanes != nullptr) {
+            const uint32_t x = HalveRow8(input, out, channels, width, plan.halvingLanes);
+            return ResampleRowScalar<T, Taps, 0>(input, out, channels, x, width, taps, weights);
+        }
+    }
+#endif
     switch (channels) {
         case 1: return ResampleRowT<T, Taps, 1>(input, out, width, plan, taps, weights);
         case 2: return ResampleRowT<T, Taps, 2>(input, out, width, plan, taps, weights);
@@ -277,6 +325,20 @@ HWY_INLINE void ResampleRowChannels(const unsigned char* input, T* out, uint32_t
 }
 
 #if HWY_TARGET != HWY_SCALAR
+/// An 8-bit destination row from two intermediate rows weighted 0.5 and 0.5:
+/// byte means rounding down (halving_row.h).
+HWY_INLINE void BlendRows8Halves(const uint8_t* const* rows, const double* weights, uint32_t count,
+                                 unsigned char* out) {
+    const hn::ScalableTag<uint8_t> d;
+    const size_t lanes = hn::Lanes(d);
+    const uint8_t* row0 = rows[0];
+    const uint8_t* row1 = rows[1];
+    uint32_t e = 0;
+    for (; e + lanes <= count; e += static_cast<uint32_t>(lanes))
+        hn::StoreU(MeanRoundingDown(hn::LoadU(d, row0 + e), hn::LoadU(d, row1 + e)), d, out + e);
+    BlendRowsScalar<uint8_t, 2>(rows, weights, e, count, out);
+}
+
 /// An 8-bit destination row from two intermediate rows in float lanes (see
 /// TwoTapFloat); lanes near a byte boundary are redone in double unless the
 /// weights make the float sums exact.
@@ -314,6 +376,7 @@ HWY_INLINE void BlendRowsT(const T* const* rows, const double* weights, uint32_t
     uint32_t e = 0;
 #if HWY_TARGET != HWY_SCALAR
     if constexpr (sizeof(T) == 1 && Taps == 2) {
+        if (HalvesPair(weights)) return BlendRows8Halves(rows, weights, count, out);
         const TwoTapFloat mode = TwoTapFloatMode(weights);
         if (mode != TwoTapFloat::kNo) return BlendRows8Float(rows, weights, count, out, mode == TwoTapFloat::kExact);
     }
@@ -368,6 +431,45 @@ LUMO_SEPARABLE_ROW_KERNELS(8, 4)
 LUMO_SEPARABLE_ROW_KERNELS(16, 2)
 LUMO_SEPARABLE_ROW_KERNELS(16, 4)
 #undef LUMO_SEPARABLE_ROW_KERNELS
+
+/// A destination row of an exact 2x reduction straight from its two input
+/// rows: the byte means of the means of each row's pixel pairs, which are
+/// the samples the row pass would have put in the ring. Reading both input
+/// rows in one loop keeps twice as many memory streams in flight.
+void HalveRowPair8(const unsigned char* input0, const unsigned char* input1, uint32_t channels, uint32_t width,
+                   const uint8_t* lanes, unsigned char* out) {
+    const uint32_t count = channels * width;
+    uint32_t e = 0;
+#if HWY_TARGET != HWY_SCALAR
+    const hn::Full128<uint8_t> d;
+    const uint32_t step = HalvingStep(channels);
+    const auto first0 = hn::LoadU(d, lanes);
+    const auto first1 = hn::LoadU(d, lanes + 16);
+    const auto second0 = hn::LoadU(d, lanes + 32);
+    const auto second1 = hn::LoadU(d, lanes + 48);
+    const auto rowMean = [&](const unsigned char* in) {
+        PrefetchAhead(in);
+        const auto a = hn::LoadU(d, in);
+        const auto b = hn::LoadU(d, in + 2 * step - 16);
+        const auto s0 = hn::Or(hn::TableLookupBytesOr0(a, first0), hn::TableLookupBytesOr0(b, first1));
+        const auto s1 = hn::Or(hn::TableLookupBytesOr0(a, second0), hn::TableLookupBytesOr0(b, second1));
+        return MeanRoundingDown(s0, s1);
+    };
+    // The loads and stores stay in their rows as in HalveRow8.
+    for (; e + 16 <= count; e += step) {
+        const size_t at = static_cast<size_t>(e) * 2;
+        hn::StoreU(MeanRoundingDown(rowMean(input0 + at), rowMean(input1 + at)), d, out + e);
+    }
+#else
+    (void)lanes;
+#endif
+    for (; e < count; ++e) {
+        const size_t at = static_cast<size_t>(e / channels) * 2 * channels + e % channels;
+        const uint32_t mean0 = (uint32_t{input0[at]} + input0[at + channels]) >> 1;
+        const uint32_t mean1 = (uint32_t{input1[at]} + input1[at + channels]) >> 1;
+        out[e] = static_cast<uint8_t>((mean0 + mean1) >> 1);
+    }
+}
 #undef LUMO_PIXEL_LANES
 
 }  // namespace HWY_NAMESPACE
@@ -385,6 +487,7 @@ HWY_EXPORT(BlendRows8x2);
 HWY_EXPORT(BlendRows8x4);
 HWY_EXPORT(BlendRows16x2);
 HWY_EXPORT(BlendRows16x4);
+HWY_EXPORT(HalveRowPair8);
 
 namespace {
 
@@ -492,12 +595,36 @@ uint32_t VectorColumns(const SeparableJob& job) {
     return job.channels == 3 ? std::min(safe, job.width - 1) : safe;
 }
 
+/// Whether the row pass halves every row exactly, in byte shuffles.
+template <class T, uint32_t Taps>
+bool HalvesRows(const SeparableJob& job) {
+    return sizeof(T) == 1 && Taps == 2 && HalvingStep(job.channels) != 0 &&
+           HalvesEveryColumn(job.width, job.columnTaps, job.columnWeights);
+}
+
+using HalveRowPairFn = void (*)(const unsigned char*, const unsigned char*, uint32_t, uint32_t, const uint8_t*,
+                                unsigned char*);
+
 template <class T, uint32_t Taps>
 struct RowKernels {
     ResampleRowFn<T> resampleRow;
     BlendRowsFn<T> blendRows;
     RowPlan plan;
+    HalveRowPairFn halveRowPair;  // set when the rows halve (plan.halvingLanes)
 };
+
+/// Asks for the first bytes of the input rows `tap` names. A row pass that
+/// streams through its rows has its own bytes ahead in flight, but the
+/// prefetchers start each new row cold.
+template <uint32_t Taps>
+void PrefetchRowStarts(const SeparableJob& job, const uint32_t* tap) {
+    constexpr uint32_t kLine = 64;
+    const uint32_t bytes = std::min<uint32_t>(1024, job.channels * job.sourceWidth);
+    for (uint32_t k = 0; k < Taps; ++k) {
+        const unsigned char* row = RowAt(job.source, tap[k], job.sourceRowBytes);
+        for (uint32_t at = 0; at < bytes; at += kLine) __builtin_prefetch(row + at);
+    }
+}
 
 /// Destination rows [first, last) of the job, with a ring of Taps rows.
 template <class T, uint32_t Taps>
@@ -507,6 +634,15 @@ void RunBand(const SeparableJob& job, const RowKernels<T, Taps>& kernels, T* rin
     for (uint32_t& r : held) r = std::numeric_limits<uint32_t>::max();  // no input has 2^32 - 1 rows
     for (uint32_t y = first; y < last; ++y) {
         const uint32_t* tap = job.rowTaps + static_cast<size_t>(y) * Taps;
+        if (kernels.plan.halvingLanes != nullptr && y + 1 < last) PrefetchRowStarts<Taps>(job, tap + Taps);
+        if constexpr (sizeof(T) == 1 && Taps == 2) {
+            if (kernels.plan.halvingLanes != nullptr && HalvesPair(job.rowWeights + static_cast<size_t>(y) * 2)) {
+                kernels.halveRowPair(RowAt(job.source, tap[0], job.sourceRowBytes),
+                                     RowAt(job.source, tap[1], job.sourceRowBytes), job.channels, job.width,
+                                     kernels.plan.halvingLanes, RowAt(job.destination, y, job.destinationRowBytes));
+                continue;
+            }
+        }
         const T* rows[Taps];
         for (uint32_t k = 0; k < Taps; ++k) {
             const uint32_t row = tap[k];
@@ -530,8 +666,15 @@ void RunBands(const SeparableJob& job, unsigned char* work, const RowBands& band
     ChooseTarget();
     const uint32_t vectorColumns = VectorColumns<Taps>(job);
     RowKernels<T, Taps> kernels{ChosenResampleRow<T, Taps>(), ChosenBlendRows<T, Taps>(),
-                                RowPlan{vectorColumns, vectorColumns, nullptr, nullptr, false}};
-    if (tableBytes != 0) PlanFloatColumns(job, reinterpret_cast<float*>(work), kernels.plan);
+                                RowPlan{vectorColumns, vectorColumns, nullptr, nullptr, false, nullptr}, nullptr};
+    alignas(16) uint8_t halvingLanes[64];
+    if (HalvesRows<T, Taps>(job)) {
+        BuildHalvingLanes(job.channels, halvingLanes);
+        kernels.plan.halvingLanes = halvingLanes;
+        kernels.halveRowPair = &HWY_DYNAMIC_DISPATCH(HalveRowPair8);
+    } else if (tableBytes != 0) {
+        PlanFloatColumns(job, reinterpret_cast<float*>(work), kernels.plan);
+    }
     bands.Run([&](uint32_t band, uint32_t first, uint32_t last) {
         T* ring = reinterpret_cast<T*>(work + tableBytes + static_cast<size_t>(band) * ringBytes);
         RunBand<T, Taps>(job, kernels, ring, first, last);

@@ -21,6 +21,9 @@ struct RowPlan {
     const float* floatWeights;
     const double* doubleWeights;  // the same table in double, after the floats
     bool floatExact;  // the float sums equal the double sums: no lane is redone
+    /// An 8-bit two-tap row that halves exactly (halving_row.h) runs in byte
+    /// shuffles with these 64 lanes; nullptr otherwise.
+    const uint8_t* halvingLanes;
 };
 
 /// Output pixels [from, width) of one input row resampled along the row:

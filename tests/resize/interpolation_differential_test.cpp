@@ -87,6 +87,38 @@ TEST(InterpolationDifferential, ExtremeShapesMatchReferenceOnEveryTarget) {
     ExpectBothMethodsMatchOnEveryTarget(kExtremeCases, std::size(kExtremeCases));
 }
 
+// Exact halvings average byte pairs in shuffled vectors: both axes halving,
+// only the columns (the row pass) or only the rows (the column pass), pixels
+// 1 to 8 and 16 samples wide (every step width of the shuffles, one pixel per
+// step at 9 and 16), rows ending a few samples past a full step, odd padding
+// and regions at the buffer's end.
+TEST(InterpolationDifferential, BiLinear8HalvingsMatchReferenceOnEveryTarget) {
+    struct Shape {
+        tagLumoSize source, destination;
+        tagLumoRect region;
+    };
+    static constexpr Shape kShapes[] = {
+        {{2, 2}, {1, 1}, {0, 0, 2, 2}},
+        {{34, 18}, {17, 9}, {0, 0, 34, 18}},
+        {{67, 40}, {33, 20}, {1, 0, 66, 40}},
+        {{2000, 61}, {1000, 30}, {0, 1, 2000, 60}},
+        {{70, 33}, {35, 50}, {0, 0, 70, 33}},
+        {{45, 64}, {30, 32}, {0, 0, 45, 64}},
+        {{130, 6}, {63, 3}, {4, 0, 126, 6}},
+    };
+    lumo::test::ForEachVectorTarget([&] {
+        for (const Shape& shape : kShapes) {
+            for (const uint32_t channels : {1u, 2u, 3u, 4u, 5u, 6u, 7u, 8u, 9u, 16u}) {
+                for (const uint32_t threads : {1u, 2u}) {
+                    const DifferentialCase c{8,      channels,          shape.source, shape.destination, shape.region,
+                                             channels % 3, channels % 2, threads,      channels};
+                    lumo::test::ExpectFastMatchesReference(kBiLinear, c);
+                }
+            }
+        }
+    });
+}
+
 // Flat areas put two-tap sums right on an integer (100 * w0 + 100 * w1 may
 // be 99.99999999999999), where a sum computed any other way than the plain
 // kernel's truncates to the neighbouring byte. Blocks of equal samples, every
