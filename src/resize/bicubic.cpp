@@ -16,6 +16,7 @@
 #include <initializer_list>
 #include <limits>
 
+#include "common/image_extent.h"
 #include "common/work_memory.h"
 #include "resize/kernels.h"
 #include "resize/sample_access.h"
@@ -56,23 +57,6 @@ void BuildCubicTaps(uint32_t count, uint32_t sourceCount, uint32_t* taps, double
     }
 }
 
-namespace {
-
-/// True when the product of the factors fits in 32 bits.
-bool FitsIn32(std::initializer_list<uint64_t> factors) {
-    constexpr uint64_t kLimit = std::numeric_limits<uint32_t>::max();
-    for (const uint64_t f : factors)
-        if (f == 0) return true;
-    uint64_t product = 1;
-    for (const uint64_t f : factors) {
-        product *= f;  // both factors are below 2^32 here, so this cannot wrap
-        if (product > kLimit) return false;
-    }
-    return true;
-}
-
-}  // namespace
-
 LumoResult CheckCubicSizes(uint32_t channels, tagLumoSize sourceSize, tagLumoSize destinationSize,
                            uint32_t bytesPerSample) {
     // Row counts read as signed: a pass over fewer than 1 row does nothing.
@@ -88,8 +72,8 @@ LumoResult CheckCubicSizes(uint32_t channels, tagLumoSize sourceSize, tagLumoSiz
     // Block sizes are 32-bit quantities: the intermediate image is never meant
     // to reach 4 GiB. A size that does not fit is refused like memory that
     // cannot be had, rather than wrapped into a block too small for the image.
-    if (!FitsIn32({kCubicTaps, destinationSize.width}) || !FitsIn32({kCubicTaps, destinationSize.height}) ||
-        !FitsIn32({channels, destinationSize.width, sourceSize.height, bytesPerSample}))
+    if (!ProductFits32({kCubicTaps, destinationSize.width}) || !ProductFits32({kCubicTaps, destinationSize.height}) ||
+        !ProductFits32({channels, destinationSize.width, sourceSize.height, bytesPerSample}))
         return kLumoResultNoMemory;
     return kLumoResultOK;
 }

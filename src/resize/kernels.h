@@ -43,6 +43,10 @@ LUMO_DECLARE_RESIZE_KERNELS(SuperSampling)
 
 #undef LUMO_DECLARE_RESIZE_KERNELS
 
+/// The region that covers a whole image of `size`: the whole-image kernels of
+/// nearest neighbour and super-sampling are their region kernels on it.
+inline tagLumoRect WholeImage(tagLumoSize size) { return {0, 0, size.width, size.height}; }
+
 /// The cubic-convolution weight at distance x (a = -0.5 outside, with the
 /// library's own inner piece that has a kink at 0).
 double cubicFilter(double x);

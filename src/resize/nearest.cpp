@@ -105,8 +105,6 @@ LumoResult NearestResize(uint32_t channels, const unsigned char* source, tagLumo
     return kLumoResultOK;
 }
 
-tagLumoRect WholeImage(tagLumoSize size) { return {0, 0, size.width, size.height}; }
-
 }  // namespace
 
 LumoResult NearestNeighbor8(uint32_t channels, const unsigned char* source, tagLumoSize sourceSize,

@@ -390,22 +390,20 @@ LumoResult Run(const Request& r) {
     return kLumoResultOK;
 }
 
-tagLumoRect WholeImage(tagLumoSize size) { return {0, 0, size.width, size.height}; }
-
 }  // namespace
 }  // namespace supersampling
 
 LumoResult SuperSampling8(uint32_t channels, const unsigned char* source, tagLumoSize sourceSize,
                           uint32_t sourceRowBytes, unsigned char* destination, tagLumoSize destinationSize,
                           uint32_t destinationRowBytes) {
-    return supersampling::Run({channels, 1, source, sourceRowBytes, supersampling::WholeImage(sourceSize),
+    return supersampling::Run({channels, 1, source, sourceRowBytes, WholeImage(sourceSize),
                                destination, destinationSize, destinationRowBytes});
 }
 
 LumoResult SuperSampling16(uint32_t channels, const unsigned char* source, tagLumoSize sourceSize,
                            uint32_t sourceRowBytes, unsigned char* destination, tagLumoSize destinationSize,
                            uint32_t destinationRowBytes) {
-    return supersampling::Run({channels, 2, source, sourceRowBytes, supersampling::WholeImage(sourceSize),
+    return supersampling::Run({channels, 2, source, sourceRowBytes, WholeImage(sourceSize),
                                destination, destinationSize, destinationRowBytes});
 }
 

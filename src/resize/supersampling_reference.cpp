@@ -136,17 +136,17 @@ Footprints Region(uint32_t channels, const unsigned char* source, uint32_t sourc
 LumoResult SuperSampling8(uint32_t channels, const unsigned char* source, tagLumoSize sourceSize,
                           uint32_t sourceRowBytes, unsigned char* destination, tagLumoSize destinationSize,
                           uint32_t destinationRowBytes) {
-    const tagLumoRect whole{0, 0, sourceSize.width, sourceSize.height};
     return SuperSample<uint8_t>(
-        Region(channels, source, sourceRowBytes, whole, destination, destinationSize, destinationRowBytes));
+        Region(channels, source, sourceRowBytes, WholeImage(sourceSize), destination, destinationSize,
+               destinationRowBytes));
 }
 
 LumoResult SuperSampling16(uint32_t channels, const unsigned char* source, tagLumoSize sourceSize,
                            uint32_t sourceRowBytes, unsigned char* destination, tagLumoSize destinationSize,
                            uint32_t destinationRowBytes) {
-    const tagLumoRect whole{0, 0, sourceSize.width, sourceSize.height};
     return SuperSample<uint16_t>(
-        Region(channels, source, sourceRowBytes, whole, destination, destinationSize, destinationRowBytes));
+        Region(channels, source, sourceRowBytes, WholeImage(sourceSize), destination, destinationSize,
+               destinationRowBytes));
 }
 
 LumoResult SuperSampling8WithRegion(uint32_t channels, const unsigned char* source, tagLumoSize /*sourceSize*/,
