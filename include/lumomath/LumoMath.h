@@ -3,7 +3,8 @@
  *
  * The C interface of liblumomath: geometry records, result codes, resizing of
  * 8- and 16-bit interleaved images, PSF <-> OTF conversion and the runtime
- * services. Usable from C (C11) and C++.
+ * services. Compiles as C99 or later and as C++11 or later (LumoUtility.h,
+ * the C++ helpers, needs C++11).
  *
  * Image buffers are never objects. Every call passes, separately:
  *   channels       interleaved samples per pixel (sample c of pixel x of a row
@@ -18,6 +19,12 @@
 #ifndef LUMOMATH_LUMOMATH_H
 #define LUMOMATH_LUMOMATH_H
 
+/* The library's version. This is the one place it is kept: the build reads
+ * these three lines, so each stays "#define LUMOMATH_VERSION_<part> <number>". */
+#define LUMOMATH_VERSION_MAJOR 0
+#define LUMOMATH_VERSION_MINOR 1
+#define LUMOMATH_VERSION_PATCH 0
+
 #include <stddef.h>
 #include <stdint.h>
 #ifndef __cplusplus
@@ -28,6 +35,17 @@
 #define LUMO_API __attribute__((visibility("default")))
 #else
 #define LUMO_API
+#endif
+
+/* Named constants of the C++ interface: one object per program from C++17 on,
+ * a constant of each translation unit before that. Either way they are
+ * constant expressions of the stated type and never exported symbols. */
+#ifdef __cplusplus
+#if __cplusplus >= 201703L
+#define LUMO_CONSTANT inline constexpr
+#else
+#define LUMO_CONSTANT constexpr
+#endif
 #endif
 
 #ifdef __cplusplus
@@ -88,10 +106,10 @@ LUMO_API extern const tagLumoFRect kLumoFRectZero;
 
 typedef uint32_t LumoScalingMethod;
 #ifdef __cplusplus
-inline constexpr LumoScalingMethod kLumoScalingNearestNeighbor = 1; /**< copy of the source pixel under the mapped coordinate */
-inline constexpr LumoScalingMethod kLumoScalingBiLinear = 2;        /**< two-tap separable interpolation */
-inline constexpr LumoScalingMethod kLumoScalingBiCubic = 4;         /**< four-tap cubic convolution */
-inline constexpr LumoScalingMethod kLumoScalingSuperSampling = 8;   /**< area averaging; reduction only */
+LUMO_CONSTANT LumoScalingMethod kLumoScalingNearestNeighbor = 1; /**< copy of the source pixel under the mapped coordinate */
+LUMO_CONSTANT LumoScalingMethod kLumoScalingBiLinear = 2;        /**< two-tap separable interpolation */
+LUMO_CONSTANT LumoScalingMethod kLumoScalingBiCubic = 4;         /**< four-tap cubic convolution */
+LUMO_CONSTANT LumoScalingMethod kLumoScalingSuperSampling = 8;   /**< area averaging; reduction only */
 #else
 enum {
     kLumoScalingNearestNeighbor = 1,
@@ -105,12 +123,12 @@ enum {
 
 typedef uint32_t LumoResult;
 #ifdef __cplusplus
-inline constexpr LumoResult kLumoResultOK = 0;
-inline constexpr LumoResult kLumoResultNoMemory = 3;          /**< working memory (or a worker thread) could not be had */
-inline constexpr LumoResult kLumoResultRegionNoMemory = 4;    /**< ResizeWithRegion: an intermediate image could not be allocated */
-inline constexpr LumoResult kLumoResultInvalidParameter = 7;  /**< unknown method, unsupported depth, or an unusable argument */
-inline constexpr LumoResult kLumoResultAccessDenied = 41;     /**< a system call failed with EPERM or EACCES */
-inline constexpr LumoResult kLumoResultUnsupportedDepth = 96; /**< ResizeWithRegion: depth neither 8 nor 16 without halving */
+LUMO_CONSTANT LumoResult kLumoResultOK = 0;
+LUMO_CONSTANT LumoResult kLumoResultNoMemory = 3;          /**< working memory (or a worker thread) could not be had */
+LUMO_CONSTANT LumoResult kLumoResultRegionNoMemory = 4;    /**< ResizeWithRegion: an intermediate image could not be allocated */
+LUMO_CONSTANT LumoResult kLumoResultInvalidParameter = 7;  /**< unknown method, unsupported depth, or an unusable argument */
+LUMO_CONSTANT LumoResult kLumoResultAccessDenied = 41;     /**< a system call failed with EPERM or EACCES */
+LUMO_CONSTANT LumoResult kLumoResultUnsupportedDepth = 96; /**< ResizeWithRegion: depth neither 8 nor 16 without halving */
 #else
 enum {
     kLumoResultOK = 0,
@@ -282,7 +300,7 @@ static_assert(sizeof(tagLumoFSize) == 16 && offsetof(tagLumoFSize, height) == 8,
 static_assert(sizeof(tagLumoFRect) == 32 && offsetof(tagLumoFRect, y) == 8 && offsetof(tagLumoFRect, width) == 16 &&
                   offsetof(tagLumoFRect, height) == 24,
               "tagLumoFRect layout");
-#else
+#elif defined(__STDC_VERSION__) && __STDC_VERSION__ >= 201112L
 _Static_assert(sizeof(tagLumoRect) == 16, "tagLumoRect layout");
 _Static_assert(sizeof(tagLumoFRect) == 32, "tagLumoFRect layout");
 #endif

@@ -3,6 +3,7 @@
 // thread-count limiting), and the geometry, tone, raw-mode and image-plane
 // helpers. The helpers report no errors: a null out-pointer or a negative size
 // makes them do nothing, and an unknown enumeration value gets a neutral answer.
+// Needs C++11 or later.
 #ifndef LUMOMATH_LUMOUTILITY_H
 #define LUMOMATH_LUMOUTILITY_H
 
@@ -174,7 +175,7 @@ struct gnzLumoGamma {
 };
 
 /// Most points a tagLumoGammaPoint holds; the packing reads at most 10 of them.
-inline constexpr int32_t kLumoGammaPointCapacity = 64;
+LUMO_CONSTANT int32_t kLumoGammaPointCapacity = 64;
 
 /// A tone curve given as points, the input of the RGB gamma packing.
 struct tagLumoGammaPoint {
@@ -329,8 +330,8 @@ LUMO_API bool __isAtCaptureDistortionEffect(uint32_t lensID, LumoDistortionEffec
 
 // ---- Image planes and debug dump ----------------------------------------------------
 
-inline constexpr int32_t kLumoImageLayoutPlanar = 1;  ///< one plane per channel
-inline constexpr int32_t kLumoImageLayoutChunky = 2;  ///< channels interleaved in plane 0
+LUMO_CONSTANT int32_t kLumoImageLayoutPlanar = 1;  ///< one plane per channel
+LUMO_CONSTANT int32_t kLumoImageLayoutChunky = 2;  ///< channels interleaved in plane 0
 
 /// The host's image object: a plain record that the host fills in directly.
 ///
