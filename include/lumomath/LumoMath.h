@@ -140,7 +140,24 @@ enum {
 };
 #endif
 
-/* ---- Resizing ---------------------------------------------------------------- */
+/* ---- Resizing ----------------------------------------------------------------
+ *
+ * Threads. Any number of host threads may call the resize functions at once,
+ * and the transfer functions (below) at the same time. LumoMathResize and
+ * LumoMathResizeWithRegion share one worker pool of LumoGetProcessorNum()
+ * threads: the first call creates it, overlapping calls join it, and the last
+ * one to return stops and joins its threads, so no library thread outlives
+ * the calls (calls made one after another each start a pool of their own).
+ * A call cuts its rows into at most one contiguous band per worker (a small
+ * image into fewer, down to one), runs one band on the calling thread and
+ * returns when all its own bands are done; bands of concurrent calls queue
+ * first in, first out. A call only reads its source and only writes its
+ * destination and its own working memory, so calls on separate buffers need
+ * no locking by the host, and several calls may read one source. A buffer
+ * that a call writes must not be read or written by anything else until that
+ * call returns. ResizeWithRegion runs on the calling thread alone and never
+ * touches the pool.
+ */
 
 /** Does nothing; returns kLumoResultOK. Resizing works without it. */
 LUMO_API LumoResult LumoMathInitialize(void);
@@ -182,6 +199,78 @@ LUMO_API LumoResult LumoMathTerminate(void);
  * written. Nothing is thrown, and the pool hold is released on every path.
  */
 
+/*
+ * Where a destination pixel comes from (LumoMathResize and
+ * LumoMathResizeWithRegion; ResizeWithRegion maps differently, see there).
+ *
+ * The input is the source, or the region; W x H is its size and w x h the
+ * destination's. The scale factor of the columns is s = w / W and that of the
+ * rows t = h / H, destination over input, each computed in double from the
+ * 32-bit sizes (above 1 enlarges); each axis is mapped on its own, rows as
+ * columns below. A destination coordinate is mapped onto the input by
+ * dividing by the factor, never by multiplying by its inverse. Input pixel i
+ * covers [i, i + 1) and has its centre at i + 0.5. Conversions to integers
+ * truncate toward zero (never floor, never round), and sample values are
+ * clamped to 0 .. 255 or 0 .. 65535 and truncated, with no rounding term.
+ *
+ * Nearest neighbour (corners, no interpolation): destination column x copies
+ * input column trunc(x / s), for a region trunc(x / s + region.x) with the
+ * sum formed in double. Below 0 it takes column 0, at or past the source
+ * width the last source column. Column 0 copies column 0 and column w - 1
+ * copies trunc((w - 1) / s). Example: 3 to 8 columns copy 0 0 0 1 1 1 2 2.
+ *
+ * Bilinear (centres, 2 taps): destination column x has its centre at
+ * c = (x + 0.5) / s. It reads columns i0 = trunc((c - 1) + 0.5) and i0 + 1,
+ * each weighted 1 - |i + 0.5 - c| and divided by the sum of the two; a column
+ * past the last reads the last. Inside the image this is (1 - f, f). At the
+ * near edge (c < 0.5: the first columns of an enlargement) i0 is 0, and the
+ * value extrapolates from columns 0 and 1 with weights (0.5 + c) / 2c and
+ * (c - 0.5) / 2c, one above 1 and one negative; at the far edge the last
+ * column is repeated. Example, 2 to 4 columns: column 0 reads columns 0 and
+ * 1 with 1.5 and -0.5, column 3 reads column 1 with 0.75 + 0.25. A reduction
+ * does not widen the taps: beyond 2:1 some input pixels are not read at all.
+ *
+ * Bicubic (centres, 4 taps): with c as for bilinear, destination column x
+ * reads columns i0 = trunc((c - 2) + 0.5) to i0 + 3, each weighted
+ * k(i + 0.5 - c) and divided by the sum of the four; a column before 0 or
+ * past the last reads that edge column. Because i0 truncates, for c below
+ * 1.5 the taps start one column right of the nearest four (-1 rather than
+ * -2, 0 rather than -1) and the division by the sum makes up for the missing
+ * tap. The kernel k is cubic convolution with a = -0.5, that is
+ * -0.5|t|^3 + 2.5|t|^2 - 4|t| + 2 on 1 <= |t| < 2 and 0 from |t| = 2 on,
+ * except that on |t| < 1 it is the library's own 0.5|t|^3 - |t|^2 - 0.5|t| + 1
+ * (not the matching 1.5|t|^3 - 2.5|t|^2 + 1): k(0) = 1, k(0.25) = 0.8203125,
+ * k(0.5) = 0.5625, k(0.75) = 0.2734375, k(1) = 0, k(1.5) = -0.0625. An
+ * identity resize copies exactly. Example, 4 to 8 columns: column 0
+ * (c = 0.25) reads 0, 0, 1, 2 with 0.2734375, 0.8203125, -0.0703125 and 0,
+ * each divided by 1.0234375. A reduction samples with the same 4 taps (no
+ * prefilter): beyond 4:1 some input pixels are not read at all.
+ *
+ * Both interpolating methods work along the rows first, into an image of
+ * the destination width and the input height held at the sample depth (so
+ * clamped and truncated), then along the columns; overshoot is clamped in
+ * each pass.
+ *
+ * Super-sampling (corners, area): destination pixel (x, y) covers
+ * [x / s, (x + 1) / s) x [y / t, (y + 1) / t) of the input. Every input pixel
+ * it touches adds its samples weighted by the area of it inside that
+ * footprint, and the result is the weighted sum over the sum of the weights,
+ * truncated. A footprint that reaches past the last column or row (by
+ * rounding) gives the edge pixel the weight of the part outside; none starts
+ * before column or row 0. On an axis that grows, a pixel is the weighted
+ * mean of the one or two input pixels under its footprint. Example: samples
+ * 0 10 20 30 40 reduced to 2 give 8 and 32 (footprints [0, 2.5), [2.5, 5)).
+ *
+ * A region: the factors are destination over region size, and destination
+ * pixel 0 maps onto the region's origin. Bilinear and bicubic treat the
+ * region as an image of its own, clamping their taps to its edges, so no
+ * pixel outside it is read. Super-sampling places its footprints from the
+ * origin and clamps them to the region's last column and row. Nearest
+ * neighbour adds the origin to the mapped coordinate and clamps against the
+ * whole source, so a region reaching outside the source repeats the source's
+ * edge pixels.
+ */
+
 /**
  * Scales the whole source image to the whole destination with one method,
  * spreading rows over the shared worker pool (created for the call when no
@@ -206,6 +295,52 @@ LUMO_API LumoResult LumoMathResizeWithRegion(LumoScalingMethod method, uint32_t 
                                              tagLumoSize sourceSize, uint32_t sourceRowBytes,
                                              tagLumoRect region, void* destination,
                                              tagLumoSize destinationSize, uint32_t destinationRowBytes);
+
+/*
+ * The two region routines side by side.
+ *              LumoMathResizeWithRegion           ResizeWithRegion
+ *   threads    the shared pool, the caller too    the calling thread only
+ *   method     the one named; 7 for any other     ignored
+ *   factors    columns and rows each their own    destination width over
+ *                                                 region width, for both
+ *   grid       as described above                 corners (below)
+ *   reducing   in one step (super-sampling        2x2 halvings while the
+ *              averages, the others sample)       destination fits, then one
+ *                                                 bilinear step
+ *   rounding   none: values truncate              halvings round, the
+ *                                                 bilinear step truncates
+ *   depths     8 and 16; 7 for any other          8 and 16, 96 for any other;
+ *                                                 when halving every depth
+ *                                                 but 8 reads 16-bit samples
+ *   region     inside the source (nearest         inside the source
+ *              neighbour: anywhere)
+ *   codes      0, 3, 7                            0, 4, 7, 96
+ * LumoMathResizeWithRegion is the one to call for a chosen method, for a
+ * region whose aspect ratio differs from the destination's, and for large
+ * images. ResizeWithRegion serves a host that must not have threads started
+ * for it, or that wants this routine's output: its bilinear values are not
+ * those of LumoMathResizeWithRegion with kLumoScalingBiLinear.
+ *
+ * How ResizeWithRegion maps its pixels. W x H is the region's size and
+ * w x h the destination's.
+ *   Halving, only when w < W and h < H: while half the current size
+ *   (width / 2, height / 2, truncated) is still at least w x h, pixel (x, y)
+ *   of the half image is (a + b + c + d + 2) / 4 in integers, a to d being
+ *   columns 2x, 2x + 1 of rows 2y, 2y + 1 (halves round up); an odd last
+ *   column or row is dropped.
+ *   Then a halved image of exactly w x h is copied. Any other image (also an
+ *   unhalved region of the destination's size) is resampled with one
+ *   factor s = w / width (double) for both axes, on corners: column x maps to
+ *   f = x / s, or to width - 1 when f reaches the width; it reads columns
+ *   i = trunc(f) and i + 1 (the last column past the edge), with weights
+ *   1 - (f - i) and f - i; rows alike, y / s against the height. The value
+ *   p00 + ((p10 - p00) wy + ((p00 - p01 - p10 + p11) wx wy + (p01 - p00) wx))
+ *   in double is truncated, never clamped (it stays within its samples).
+ *   Destination pixel 0 is the region's first pixel, and enlarging repeats
+ *   the last column and row at the far edges. Where the aspect ratios
+ *   differ, rows past H * s repeat the last row, and rows of the input past
+ *   h / s are not read.
+ */
 
 /**
  * Single-threaded region resize: halves the region by 2x2 rounded means while
@@ -246,6 +381,12 @@ LUMO_API LumoResult ResizeWithRegion(LumoScalingMethod method, uint32_t channels
  * written when the result is not 0, and nothing is thrown.
  * count <= 0 writes nothing and returns 0 (or 3 when the working memory for
  * the given size cannot be had).
+ * Threads: a call runs on the calling thread alone and writes only its output
+ * arrays and its own working memory; calls on separate arrays may run at
+ * once, also beside resizing. Transform plans are made and released under
+ * one lock inside the library and run without it. That lock does not cover a
+ * host which plans transforms itself, on another thread at the same time,
+ * with the same transform library that this build uses.
  */
 
 /** PSF to OTF in single precision (inputs narrowed to float, results rounded to float). */
@@ -265,7 +406,11 @@ LUMO_API int32_t LumoMathConvertPsfFromOtf_D(const double* inReal, const double*
 
 /**
  * Overrides the processor count that sizes the next worker pool; 0 returns to
- * the system count. Not synchronised: set it before resizing starts.
+ * the system count. Not synchronised with resizing: the count is read only
+ * when a pool is created, a pool alive at the time keeps its workers, and
+ * while other threads resize it is unpredictable which of their calls see the
+ * new count. The store itself is atomic (calling it from any thread is no
+ * data race), but set it before resizing starts.
  */
 LUMO_API void Set_ProcessorNum(uint32_t count);
 
@@ -276,7 +421,7 @@ LUMO_API void Set_ProcessorNum(uint32_t count);
  */
 LUMO_API uint32_t LumoGetProcessorNum(void);
 
-/** Processor vector extensions, asked of the processor on every call. */
+/** Processor vector extensions, asked of the processor on every call (safe from any thread). */
 LUMO_API bool LumoCanUseSSE3(void);
 LUMO_API bool LumoCanUseSSSE3(void);
 LUMO_API bool LumoCanUseSSE4_1(void);

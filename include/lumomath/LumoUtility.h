@@ -3,7 +3,15 @@
 // thread-count limiting), and the geometry, tone, raw-mode and image-plane
 // helpers. The helpers report no errors: a null out-pointer or a negative size
 // makes them do nothing, and an unknown enumeration value gets a neutral answer.
-// Needs C++11 or later.
+//
+// Needs C++11 or later. Threads: the helpers keep no state between calls and
+// may run on any number of threads at once. They write only through their
+// out-pointers and into the records and pointer lists passed to them, which
+// the host must not share with another thread during the call; the tables
+// they read (s_random_table, the model and lens tables) are constant. The
+// memory helpers are as thread-safe as the system allocator. Not synchronised:
+// __saveImage calls that write the same file name at the same time (the file's
+// content is then undefined), and Set_ProcessorNum in LumoMath.h.
 #ifndef LUMOMATH_LUMOUTILITY_H
 #define LUMOMATH_LUMOUTILITY_H
 
