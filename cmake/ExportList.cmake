@@ -1,0 +1,63 @@
+# Reads the GNU version script of the shared library (the one list of exported
+# names) and gives the same names as linkage-name patterns, for linkers that
+# take an exported-symbols file instead (Apple's ld64). C names stay as they
+# are; a C++ name `Class::*`, `Class::member*` or `function*` becomes the
+# prefix its linkage names share (_ZN5Class…, _ZN5Class6member…, _Z8function…,
+# members also as _ZNK… for const ones) followed by `*`. Apple's linker sees every name with one more leading `_`.
+function(lumomath_export_patterns map_file out_var)
+  file(READ "${map_file}" text)
+  string(REGEX REPLACE "/\\*([^*]|\\*[^/])*\\*/" "" text "${text}")   # comments
+  string(REGEX REPLACE "^.*global:" "" text "${text}")
+  string(REGEX REPLACE "local:.*$" "" text "${text}")
+  # Everything after `extern "C++" {` up to its closing brace has C++ linkage.
+  string(FIND "${text}" "extern \"C++\"" cxx_at)
+  if(cxx_at EQUAL -1)
+    set(c_part "${text}")
+    set(cxx_part "")
+  else()
+    string(SUBSTRING "${text}" 0 ${cxx_at} c_part)
+    string(SUBSTRING "${text}" ${cxx_at} -1 cxx_part)
+    string(REGEX REPLACE "^extern \"C\\+\\+\"[ \t\n]*{" "" cxx_part "${cxx_part}")
+    string(REGEX REPLACE "}.*$" "" cxx_part "${cxx_part}")
+  endif()
+  set(patterns "")
+  foreach(part c cxx)
+    string(REGEX REPLACE "[ \t\n]+" "" entries "${${part}_part}")
+    string(REPLACE ";" "\\;" entries "${entries}")
+    string(REPLACE "\\;" ";" entries "${entries}")
+    foreach(entry IN LISTS entries)
+      if(entry STREQUAL "")
+        continue()
+      endif()
+      if(part STREQUAL "c")
+        list(APPEND patterns "${entry}")
+        continue()
+      endif()
+      string(REGEX REPLACE "\\*$" "" stem "${entry}")
+      string(REPLACE "::" ";" scopes "${stem}")
+      set(mangled "")
+      foreach(scope IN LISTS scopes)
+        if(scope STREQUAL "")
+          continue()
+        endif()
+        string(LENGTH "${scope}" n)
+        string(APPEND mangled "${n}${scope}")
+      endforeach()
+      if(stem MATCHES "::")
+        # Members: const member functions carry a K after the N.
+        list(APPEND patterns "_ZN${mangled}*" "_ZNK${mangled}*")
+      else()
+        list(APPEND patterns "_Z${mangled}*")
+      endif()
+    endforeach()
+  endforeach()
+  set(${out_var} "${patterns}" PARENT_SCOPE)
+endfunction()
+
+# Writes the exported-symbols file of Apple's linker for `map_file`.
+function(lumomath_apple_export_list map_file out_file)
+  lumomath_export_patterns("${map_file}" patterns)
+  list(TRANSFORM patterns PREPEND "_")
+  list(JOIN patterns "\n" body)
+  file(CONFIGURE OUTPUT "${out_file}" CONTENT "${body}\n" @ONLY)
+endfunction()
