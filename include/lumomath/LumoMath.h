@@ -383,10 +383,11 @@ LUMO_API LumoResult ResizeWithRegion(LumoScalingMethod method, uint32_t channels
  * the given size cannot be had).
  * Threads: a call runs on the calling thread alone and writes only its output
  * arrays and its own working memory; calls on separate arrays may run at
- * once, also beside resizing. Transform plans are made and released under
- * one lock inside the library and run without it. That lock does not cover a
- * host which plans transforms itself, on another thread at the same time,
- * with the same transform library that this build uses.
+ * once, also beside resizing. A build on an external transform library
+ * makes and releases its plans under one lock of its own and runs them
+ * without it; that lock does not cover a host which plans transforms with the
+ * same external library on another thread at the same time. The built-in
+ * transform shares nothing between calls.
  */
 
 /** PSF to OTF in single precision (inputs narrowed to float, results rounded to float). */
