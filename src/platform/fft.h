@@ -1,6 +1,7 @@
 // The platform seam for the 2-D complex FFT of the transfer functions. One
-// implementation file per platform provides it (fft_fftw.cpp here); nothing
-// outside that file knows which library does the work.
+// implementation file per back end provides it, and the build takes one:
+// fft_builtin.cpp, the library's own (the default), or fft_fftw.cpp on FFTW3;
+// nothing outside that file knows which one does the work.
 #pragma once
 
 namespace lumo::platform {
@@ -13,6 +14,8 @@ enum class FftSign { kForward = -1, kInverse = +1 };
 /// rows back to back. Unnormalised in both directions. Made once per call and
 /// run as often as needed on the same arrays; planning and destruction may
 /// happen on several threads at once, and so may running different plans.
+/// The same input gives the same bits on every run, wherever the arrays lie
+/// (the built-in back end also on every processor and vector target).
 template <class Real>
 class Fft2dPlan {
 public:
