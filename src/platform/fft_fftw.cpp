@@ -1,16 +1,32 @@
-// The FFT seam on FFTW3, through its split-array interface so the work arrays
-// are transformed in place as they are. FFTW's planner keeps global state and
-// is not thread-safe, so every planner call (making and destroying plans) is
-// serialised here; running an existing plan is safe from any thread.
-#include "platform/fft.h"
-
+// The FFT seam on FFTW3 (the opt-in back end), through its split-array
+// interface. FFTW's planner keeps global state and is not thread-safe, so
+// every planner call (making and destroying plans) is serialised here;
+// running an existing plan is safe from any thread.
+//
+// FFTW's plan, and so the bits of its results, depends on where the arrays
+// lie: vector code is chosen only for arrays aligned for it, and a real array
+// above the imaginary one takes another path than one below it. The caller's
+// arrays lie wherever the heap put them, so the plan transforms a pair of its
+// own instead, always aligned and always in one order, and each run copies
+// the caller's arrays in and back out. The same input then gives the same
+// bits from call to call (on one processor: FFTW picks its code by the
+// processor's vector units).
 #include <fftw3.h>
 
 #include <climits>
+#include <cstdint>
+#include <cstring>
+#include <memory>
 #include <mutex>
+#include <new>
+
+#include "common/work_memory.h"
+#include "platform/fft.h"
 
 namespace lumo::platform {
 namespace {
+
+constexpr size_t kAlign = 64;
 
 std::mutex& PlannerMutex() {
     static std::mutex m;
@@ -45,6 +61,18 @@ struct Fftw<float> {
     static void Destroy(void* p) { fftwf_destroy_plan(static_cast<Plan>(p)); }
 };
 
+template <class Real>
+struct Planned {
+    void* memory;  // the block this lives in
+    void* fftw;
+    Real* real;  // the caller's arrays
+    Real* imag;
+    Real* ri;  // the plan's own: FFTW's real parts, its imaginary parts right after
+    Real* ii;
+    size_t size;
+    bool inverse;
+};
+
 }  // namespace
 
 template <class Real>
@@ -57,26 +85,57 @@ Fft2dPlan<Real>::Fft2dPlan(Real* real, Real* imag, int log2Rows, int log2Columns
     const int rows = Length(log2Rows);
     const int columns = Length(log2Columns);
     if (rows == 0 || columns == 0 || real == nullptr || imag == nullptr) return;
-    // Rows of `columns` elements back to back: the row stride is one row.
-    const typename Fftw<Real>::IoDim dims[2] = {{rows, columns, columns}, {columns, 1, 1}};
+    const uint64_t size = uint64_t{static_cast<uint32_t>(rows)} * static_cast<uint32_t>(columns);
+    const uint64_t arrayBytes = (size * sizeof(Real) + kAlign - 1) / kAlign * kAlign;  // below 2^64
+    if (arrayBytes > (SIZE_MAX - sizeof(Planned<Real>) - 2 * kAlign) / 2) return;
+    void* memory = WorkMalloc(static_cast<size_t>(2 * arrayBytes + sizeof(Planned<Real>) + 2 * kAlign));
+    if (memory == nullptr) return;
+    std::unique_ptr<void, WorkFreeDeleter> owned(memory);  // until planned: the lock may throw
+    const uintptr_t address = reinterpret_cast<uintptr_t>(memory);
+    auto* arrays = static_cast<unsigned char*>(memory) + ((kAlign - address % kAlign) % kAlign);
     // FFTW's split transform always has the forward sign; the inverse is the
     // same transform with the real and imaginary arrays exchanged.
-    Real* ri = sign == FftSign::kForward ? real : imag;
-    Real* ii = sign == FftSign::kForward ? imag : real;
-    std::lock_guard<std::mutex> lock(PlannerMutex());
-    plan_ = Fftw<Real>::PlanSplit(2, dims, ri, ii);
+    auto* p = new (arrays + 2 * arrayBytes) Planned<Real>{memory,
+                                                          nullptr,
+                                                          real,
+                                                          imag,
+                                                          reinterpret_cast<Real*>(arrays),
+                                                          reinterpret_cast<Real*>(arrays + arrayBytes),
+                                                          static_cast<size_t>(size),
+                                                          sign == FftSign::kInverse};
+    // Rows of `columns` elements back to back: the row stride is one row.
+    const typename Fftw<Real>::IoDim dims[2] = {{rows, columns, columns}, {columns, 1, 1}};
+    {
+        std::lock_guard<std::mutex> lock(PlannerMutex());
+        p->fftw = Fftw<Real>::PlanSplit(2, dims, p->ri, p->ii);
+    }
+    if (p->fftw == nullptr) return;
+    plan_ = p;
+    owned.release();
 }
 
 template <class Real>
 Fft2dPlan<Real>::~Fft2dPlan() {
     if (plan_ == nullptr) return;
-    std::lock_guard<std::mutex> lock(PlannerMutex());
-    Fftw<Real>::Destroy(plan_);
+    auto* p = static_cast<Planned<Real>*>(plan_);
+    {
+        std::lock_guard<std::mutex> lock(PlannerMutex());
+        Fftw<Real>::Destroy(p->fftw);
+    }
+    WorkFree(p->memory);
 }
 
 template <class Real>
 void Fft2dPlan<Real>::Execute() const {
-    if (plan_ != nullptr) Fftw<Real>::Execute(plan_);
+    if (plan_ == nullptr) return;
+    const auto* p = static_cast<const Planned<Real>*>(plan_);
+    Real* const first = p->inverse ? p->imag : p->real;
+    Real* const second = p->inverse ? p->real : p->imag;
+    std::memcpy(p->ri, first, p->size * sizeof(Real));
+    std::memcpy(p->ii, second, p->size * sizeof(Real));
+    Fftw<Real>::Execute(p->fftw);
+    std::memcpy(first, p->ri, p->size * sizeof(Real));
+    std::memcpy(second, p->ii, p->size * sizeof(Real));
 }
 
 template class Fft2dPlan<float>;
