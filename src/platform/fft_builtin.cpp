@@ -170,7 +170,10 @@ HWY_NOINLINE void Down(D d, const Layout<T>& p) {
 }
 
 /// The transforms along the rows, a block of p.blockRows at a time, each
-/// block transposed into the scratch so that a lane holds one row.
+/// block transposed into the scratch so that a lane holds one row. The
+/// transposes are plain element copies, a column of the block at a time:
+/// they take about a third of a 1024 x 1024 transform, and reading along the
+/// rows with scattered writes instead measured slower.
 template <bool kInverse, class D, class T = hn::TFromD<D>>
 HWY_NOINLINE void Across(D d, const Layout<T>& p) {
     const size_t rows = size_t{1} << p.down.log2;
