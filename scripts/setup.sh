@@ -4,7 +4,8 @@ set -euo pipefail
 
 packages=(cmake ninja-build g++ pkg-config
           libgtest-dev libgmock-dev libbenchmark-dev
-          libfftw3-dev libhwy-dev libpng-dev libtiff-dev
+          libhwy-dev libpng-dev libtiff-dev
+          libfftw3-dev  # the opt-in FFT back end (built and tested in CI) and the FFT benchmark
           clang libclang-rt-14-dev)  # clang and its runtimes build the fuzz targets CI runs
 if [[ "${LUMOMATH_WITH_BENCH:-0}" == 1 ]]; then packages+=(libopencv-dev); fi
 
