@@ -51,7 +51,7 @@ inline size_t StageTwiddles(uint32_t log2) {
 }
 
 /// cos and sin of 2 pi k / 2^log2Length for k < 2^log2Length, log2Length <= 30,
-/// to within about half an ulp, from + and x alone: the same bits wherever
+/// to within an ulp (0.77 at most, measured), from + and x alone: the same bits wherever
 /// IEEE double arithmetic is done as written, unlike a platform's sin and cos.
 ///
 /// The angle is split exactly on the integer k into one of eight octants and
