@@ -7,7 +7,8 @@ packages=(cmake ninja-build g++ pkg-config
           libhwy-dev libpng-dev libtiff-dev
           libfftw3-dev  # the opt-in FFT back end (built and tested in CI) and the FFT benchmark
           clang libclang-rt-14-dev)  # clang and its runtimes build the fuzz targets CI runs
-if [[ "${LUMOMATH_WITH_BENCH:-0}" == 1 ]]; then packages+=(libopencv-dev); fi
+# The benchmarks' peers: OpenCV for resizing, Eigen's FFT beside FFTW for the transform.
+if [[ "${LUMOMATH_WITH_BENCH:-0}" == 1 ]]; then packages+=(libopencv-dev libeigen3-dev); fi
 
 missing=()
 for p in "${packages[@]}"; do

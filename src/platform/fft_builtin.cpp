@@ -207,12 +207,14 @@ template <bool kInverse, class T>
 HWY_INLINE void Run(const Layout<T>& p) {
     const hn::ScalableTag<T> d;
     const hn::CappedTag<T, 1> one;
-    if (p.stripColumns >= hn::Lanes(d)) {
+    // Full vectors only where they tile the lines exactly: a scalable vector
+    // need not hold a power of two of lanes (SVE at 384 bits holds 6 doubles).
+    if (p.stripColumns % hn::Lanes(d) == 0) {
         Down<kInverse>(d, p);
     } else {
         Down<kInverse>(one, p);
     }
-    if (p.blockRows >= hn::Lanes(d)) {
+    if (p.blockRows % hn::Lanes(d) == 0) {
         Across<kInverse>(d, p);
     } else {
         Across<kInverse>(one, p);

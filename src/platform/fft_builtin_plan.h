@@ -26,8 +26,9 @@ struct Layout {
     Axis<Real> across;  // the transforms along the rows, 2^log2Columns points
     bool inverse = false;
     /// Lines transformed side by side in the scratch: adjacent columns of a
-    /// strip going down, adjacent rows of a block going across. Either is a
-    /// multiple of the chosen target's lane count or smaller than one vector.
+    /// strip going down, adjacent rows of a block going across. Where one is
+    /// not a multiple of the chosen target's lane count, those lines go one
+    /// lane at a time.
     size_t stripColumns = 0;
     size_t blockRows = 0;
     Real* scratchRe = nullptr;
