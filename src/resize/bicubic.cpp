@@ -13,11 +13,7 @@
 
 #include <cmath>
 #include <cstdint>
-#include <initializer_list>
-#include <limits>
 
-#include "common/image_extent.h"
-#include "common/work_memory.h"
 #include "resize/kernels.h"
 #include "resize/sample_access.h"
 #include "resize/separable_resize.h"
@@ -57,98 +53,8 @@ void BuildCubicTaps(uint32_t count, uint32_t sourceCount, uint32_t* taps, double
     }
 }
 
-LumoResult CheckCubicSizes(uint32_t channels, tagLumoSize sourceSize, tagLumoSize destinationSize,
-                           uint32_t bytesPerSample) {
-    // Row counts read as signed: a pass over fewer than 1 row does nothing.
-    const auto sourceRows = static_cast<int32_t>(sourceSize.height);
-    const auto destinationRows = static_cast<int32_t>(destinationSize.height);
-
-    // A pass with samples to produce from an empty source axis would index
-    // before its first sample.
-    if (destinationSize.width > 0 &&
-        ((sourceSize.width == 0 && sourceRows >= 1) || (sourceSize.height == 0 && destinationRows >= 1)))
-        return kLumoResultInvalidParameter;
-
-    // Block sizes are 32-bit quantities: the intermediate image is never meant
-    // to reach 4 GiB. A size that does not fit is refused like memory that
-    // cannot be had, rather than wrapped into a block too small for the image.
-    if (!ProductFits32({kCubicTaps, destinationSize.width}) || !ProductFits32({kCubicTaps, destinationSize.height}) ||
-        !ProductFits32({channels, destinationSize.width, sourceSize.height, bytesPerSample}))
-        return kLumoResultNoMemory;
-    return kLumoResultOK;
-}
-
-namespace {
-
-/// Resizes the sourceSize image at `source` (a whole image, or the first
-/// pixel of a region whose rows are sourceRowBytes apart) to the destination.
-template <class T>
-LumoResult BiCubicResize(uint32_t channels, const unsigned char* source, tagLumoSize sourceSize,
-                         uint32_t sourceRowBytes, unsigned char* destination, tagLumoSize destinationSize,
-                         uint32_t destinationRowBytes) {
-    const LumoResult usable = CheckCubicSizes(channels, sourceSize, destinationSize, sizeof(T));
-    if (usable != kLumoResultOK) return usable;
-    const uint32_t sourceWidth = sourceSize.width;
-    const uint32_t sourceHeight = sourceSize.height;
-    const uint32_t width = destinationSize.width;
-    const uint32_t height = destinationSize.height;
-
-    SeparableJob job{channels, kCubicTaps, source, sourceWidth, sourceRowBytes, destination, destinationRowBytes,
-                     width, height, nullptr, nullptr, nullptr, nullptr};
-    const RowBands bands = SeparableBands(job);
-    const auto columnWeights = MakeWorkArray<double>(kCubicTaps * width);
-    const auto rowWeights = MakeWorkArray<double>(kCubicTaps * height);
-    const auto columnTaps = MakeWorkArray<uint32_t>(kCubicTaps * width);
-    const auto rowTaps = MakeWorkArray<uint32_t>(kCubicTaps * height);
-    const auto work = MakeWorkArray<unsigned char>(SeparableWorkBytes(job, sizeof(T), bands.count()));
-    if (!columnWeights || !rowWeights || !columnTaps || !rowTaps || !work) return kLumoResultNoMemory;
-
-    BuildCubicTaps(width, sourceWidth, columnTaps.get(), columnWeights.get());
-    BuildCubicTaps(height, sourceHeight, rowTaps.get(), rowWeights.get());
-    job.columnTaps = columnTaps.get();
-    job.columnWeights = columnWeights.get();
-    job.rowTaps = rowTaps.get();
-    job.rowWeights = rowWeights.get();
-    RunSeparable<T>(job, work.get(), bands);
-    return kLumoResultOK;
-}
-
-/// The region is resized as an image of its own: taps clamp to its edges, so
-/// nothing outside it is read, and the whole source's size plays no part.
-template <class T>
-LumoResult BiCubicRegion(uint32_t channels, const unsigned char* source, uint32_t sourceRowBytes, tagLumoRect region,
-                         unsigned char* destination, tagLumoSize destinationSize, uint32_t destinationRowBytes) {
-    return BiCubicResize<T>(channels, CubicRegionOrigin<T>(source, sourceRowBytes, region, channels),
-                            tagLumoSize{region.width, region.height}, sourceRowBytes, destination, destinationSize,
-                            destinationRowBytes);
-}
-
-}  // namespace
-
-LumoResult BiCubic8(uint32_t channels, const unsigned char* source, tagLumoSize sourceSize, uint32_t sourceRowBytes,
-                    unsigned char* destination, tagLumoSize destinationSize, uint32_t destinationRowBytes) {
-    return BiCubicResize<uint8_t>(channels, source, sourceSize, sourceRowBytes, destination, destinationSize,
-                                  destinationRowBytes);
-}
-
-LumoResult BiCubic16(uint32_t channels, const unsigned char* source, tagLumoSize sourceSize, uint32_t sourceRowBytes,
-                     unsigned char* destination, tagLumoSize destinationSize, uint32_t destinationRowBytes) {
-    return BiCubicResize<uint16_t>(channels, source, sourceSize, sourceRowBytes, destination, destinationSize,
-                                   destinationRowBytes);
-}
-
-LumoResult BiCubic8WithRegion(uint32_t channels, const unsigned char* source, tagLumoSize /*sourceSize*/,
-                              uint32_t sourceRowBytes, tagLumoRect region, unsigned char* destination,
-                              tagLumoSize destinationSize, uint32_t destinationRowBytes) {
-    return BiCubicRegion<uint8_t>(channels, source, sourceRowBytes, region, destination, destinationSize,
-                                  destinationRowBytes);
-}
-
-LumoResult BiCubic16WithRegion(uint32_t channels, const unsigned char* source, tagLumoSize /*sourceSize*/,
-                               uint32_t sourceRowBytes, tagLumoRect region, unsigned char* destination,
-                               tagLumoSize destinationSize, uint32_t destinationRowBytes) {
-    return BiCubicRegion<uint16_t>(channels, source, sourceRowBytes, region, destination, destinationSize,
-                                   destinationRowBytes);
+LumoResult BiCubic(const ResizeRequest& request) {
+    return RunInterpolatingResize(request, kCubicTaps, BuildCubicTaps);
 }
 
 }  // namespace lumo

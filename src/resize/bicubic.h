@@ -5,7 +5,6 @@
 #include <cstdint>
 
 #include "lumomath/LumoMath.h"
-#include "resize/sample_access.h"
 
 namespace lumo {
 
@@ -17,21 +16,5 @@ inline constexpr uint32_t kCubicTaps = 4;
 /// and their weights normalised to add up to 1. For sourceCount 0 the indices are
 /// meaningless: nothing may be read through them.
 void BuildCubicTaps(uint32_t count, uint32_t sourceCount, uint32_t* taps, double* weights);
-
-/// kLumoResultOK when a resize of `sourceSize` to `destinationSize` can run:
-/// no pass is asked for samples from an empty source axis, and every working
-/// block's size fits the 32-bit quantities it is formed in (a size that does
-/// not is refused like memory that cannot be had, kLumoResultNoMemory).
-LumoResult CheckCubicSizes(uint32_t channels, tagLumoSize sourceSize, tagLumoSize destinationSize,
-                           uint32_t bytesPerSample);
-
-/// The first sample of a region: its row offset wraps in 32 bits like every
-/// row offset, its column offset is signed and formed in 64 bits.
-template <class T>
-const unsigned char* CubicRegionOrigin(const unsigned char* source, uint32_t sourceRowBytes, tagLumoRect region,
-                                       uint32_t channels) {
-    return RowAt(source, static_cast<uint32_t>(region.y), sourceRowBytes) +
-           static_cast<int64_t>(region.x) * channels * static_cast<int64_t>(sizeof(T));
-}
 
 }  // namespace lumo

@@ -68,18 +68,17 @@ void CubicRowVertical(const T* intermediate, uint32_t rowSamples, const uint32_t
     }
 }
 
-/// Resizes the sourceSize image at `source` (a whole image, or the first
-/// pixel of a region whose rows are sourceRowBytes apart) to the destination.
+/// The region is resized as an image of its own: taps clamp to its edges, so
+/// nothing outside it is read, and the whole source's size plays no part.
 template <class T>
-LumoResult BiCubicResize(uint32_t channels, const unsigned char* source, tagLumoSize sourceSize,
-                         uint32_t sourceRowBytes, unsigned char* destination, tagLumoSize destinationSize,
-                         uint32_t destinationRowBytes) {
-    const LumoResult usable = CheckCubicSizes(channels, sourceSize, destinationSize, sizeof(T));
-    if (usable != kLumoResultOK) return usable;
-    const uint32_t sourceWidth = sourceSize.width;
-    const uint32_t sourceHeight = sourceSize.height;
-    const uint32_t width = destinationSize.width;
-    const uint32_t height = destinationSize.height;
+LumoResult BiCubicResize(const ResizeRequest& r) {
+    const SourceView input = RegionView(r);
+    const uint32_t channels = r.channels;
+    const uint32_t sourceWidth = input.size.width;
+    const uint32_t sourceHeight = input.size.height;
+    const uint32_t width = r.destination.size.width;
+    const uint32_t height = r.destination.size.height;
+
     // Row counts read as signed: a pass over fewer than 1 row does nothing.
     const auto sourceRows = static_cast<int32_t>(sourceHeight);
     const auto destinationRows = static_cast<int32_t>(height);
@@ -96,7 +95,7 @@ LumoResult BiCubicResize(uint32_t channels, const unsigned char* source, tagLumo
     BuildCubicTaps(width, sourceWidth, columnTaps.get(), columnWeights.get());
     parallel_for(0, sourceRows, 1, [&](int y) {
         const auto row = static_cast<uint32_t>(y);
-        CubicRowHorizontal<T>(RowAt(source, row, sourceRowBytes), intermediate.get() + row * rowSamples, channels,
+        CubicRowHorizontal<T>(RowAt(input.data, row, input.rowBytes), intermediate.get() + row * rowSamples, channels,
                               width, columnTaps.get(), columnWeights.get());
     });
 
@@ -104,47 +103,16 @@ LumoResult BiCubicResize(uint32_t channels, const unsigned char* source, tagLumo
     parallel_for(0, destinationRows, 1, [&](int y) {
         const auto row = static_cast<uint32_t>(y);
         CubicRowVertical<T>(intermediate.get(), rowSamples, rowTaps.get() + row * kCubicTaps,
-                            rowWeights.get() + row * kCubicTaps, RowAt(destination, row, destinationRowBytes));
+                            rowWeights.get() + row * kCubicTaps, RowAt(r.destination.data, row, r.destination.rowBytes));
     });
     return kLumoResultOK;
 }
 
-/// The region is resized as an image of its own: taps clamp to its edges, so
-/// nothing outside it is read, and the whole source's size plays no part.
-template <class T>
-LumoResult BiCubicRegion(uint32_t channels, const unsigned char* source, uint32_t sourceRowBytes, tagLumoRect region,
-                         unsigned char* destination, tagLumoSize destinationSize, uint32_t destinationRowBytes) {
-    return BiCubicResize<T>(channels, CubicRegionOrigin<T>(source, sourceRowBytes, region, channels),
-                            tagLumoSize{region.width, region.height}, sourceRowBytes, destination, destinationSize,
-                            destinationRowBytes);
-}
-
 }  // namespace
 
-LumoResult BiCubic8(uint32_t channels, const unsigned char* source, tagLumoSize sourceSize, uint32_t sourceRowBytes,
-                    unsigned char* destination, tagLumoSize destinationSize, uint32_t destinationRowBytes) {
-    return BiCubicResize<uint8_t>(channels, source, sourceSize, sourceRowBytes, destination, destinationSize,
-                                  destinationRowBytes);
-}
-
-LumoResult BiCubic16(uint32_t channels, const unsigned char* source, tagLumoSize sourceSize, uint32_t sourceRowBytes,
-                     unsigned char* destination, tagLumoSize destinationSize, uint32_t destinationRowBytes) {
-    return BiCubicResize<uint16_t>(channels, source, sourceSize, sourceRowBytes, destination, destinationSize,
-                                   destinationRowBytes);
-}
-
-LumoResult BiCubic8WithRegion(uint32_t channels, const unsigned char* source, tagLumoSize /*sourceSize*/,
-                              uint32_t sourceRowBytes, tagLumoRect region, unsigned char* destination,
-                              tagLumoSize destinationSize, uint32_t destinationRowBytes) {
-    return BiCubicRegion<uint8_t>(channels, source, sourceRowBytes, region, destination, destinationSize,
-                                  destinationRowBytes);
-}
-
-LumoResult BiCubic16WithRegion(uint32_t channels, const unsigned char* source, tagLumoSize /*sourceSize*/,
-                               uint32_t sourceRowBytes, tagLumoRect region, unsigned char* destination,
-                               tagLumoSize destinationSize, uint32_t destinationRowBytes) {
-    return BiCubicRegion<uint16_t>(channels, source, sourceRowBytes, region, destination, destinationSize,
-                                   destinationRowBytes);
+LumoResult BiCubic(const ResizeRequest& request) {
+    AssertAdmitted(request);
+    return request.bytesPerSample == 1 ? BiCubicResize<uint8_t>(request) : BiCubicResize<uint16_t>(request);
 }
 
 }  // namespace lumo::reference

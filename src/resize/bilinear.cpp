@@ -13,7 +13,6 @@
 #include <cstddef>
 #include <cstdint>
 
-#include "common/work_memory.h"
 #include "resize/kernels.h"
 #include "resize/sample_access.h"
 #include "resize/separable_resize.h"
@@ -25,34 +24,6 @@ uint32_t ClampIndex(int32_t index, uint32_t length) {
     if (index < 0) return 0;
     if (static_cast<uint32_t>(index) >= length) return length - 1;
     return static_cast<uint32_t>(index);
-}
-
-template <class T>
-LumoResult LinearResize(uint32_t channels, const LinearInput& input, unsigned char* destination,
-                        tagLumoSize destinationSize, uint32_t destinationRowBytes) {
-    const uint32_t width = destinationSize.width;
-    const uint32_t height = destinationSize.height;
-    if (!LinearInputUsable(input, destinationSize)) return kLumoResultInvalidParameter;
-
-    SeparableJob job{channels, kLinearTaps, input.data, input.width, input.rowBytes, destination, destinationRowBytes,
-                     width, height, nullptr, nullptr, nullptr, nullptr};
-    const RowBands bands = SeparableBands(job);
-    // Table counts are 32-bit products, as they always were.
-    const WorkArray<double> columnWeights = MakeWorkArray<double>(kLinearTaps * width);
-    const WorkArray<double> rowWeights = MakeWorkArray<double>(kLinearTaps * height);
-    const WorkArray<uint32_t> columnTaps = MakeWorkArray<uint32_t>(kLinearTaps * width);
-    const WorkArray<uint32_t> rowTaps = MakeWorkArray<uint32_t>(kLinearTaps * height);
-    const WorkArray<unsigned char> work = MakeWorkArray<unsigned char>(SeparableWorkBytes(job, sizeof(T), bands.count()));
-    if (!columnWeights || !rowWeights || !columnTaps || !rowTaps || !work) return kLumoResultNoMemory;
-
-    BuildLinearTaps(width, input.width, columnTaps.get(), columnWeights.get());
-    BuildLinearTaps(height, input.height, rowTaps.get(), rowWeights.get());
-    job.columnTaps = columnTaps.get();
-    job.columnWeights = columnWeights.get();
-    job.rowTaps = rowTaps.get();
-    job.rowWeights = rowWeights.get();
-    RunSeparable<T>(job, work.get(), bands);
-    return kLumoResultOK;
 }
 
 }  // namespace
@@ -80,30 +51,8 @@ void BuildLinearTaps(uint32_t count, uint32_t sourceCount, uint32_t* taps, doubl
     }
 }
 
-LumoResult BiLinear8(uint32_t channels, const unsigned char* source, tagLumoSize sourceSize, uint32_t sourceRowBytes,
-                     unsigned char* destination, tagLumoSize destinationSize, uint32_t destinationRowBytes) {
-    const LinearInput input{source, sourceRowBytes, sourceSize.width, sourceSize.height};
-    return LinearResize<uint8_t>(channels, input, destination, destinationSize, destinationRowBytes);
-}
-
-LumoResult BiLinear16(uint32_t channels, const unsigned char* source, tagLumoSize sourceSize, uint32_t sourceRowBytes,
-                      unsigned char* destination, tagLumoSize destinationSize, uint32_t destinationRowBytes) {
-    const LinearInput input{source, sourceRowBytes, sourceSize.width, sourceSize.height};
-    return LinearResize<uint16_t>(channels, input, destination, destinationSize, destinationRowBytes);
-}
-
-LumoResult BiLinear8WithRegion(uint32_t channels, const unsigned char* source, tagLumoSize /*sourceSize*/,
-                               uint32_t sourceRowBytes, tagLumoRect region, unsigned char* destination,
-                               tagLumoSize destinationSize, uint32_t destinationRowBytes) {
-    return LinearResize<uint8_t>(channels, LinearRegionInput<uint8_t>(channels, source, sourceRowBytes, region),
-                                 destination, destinationSize, destinationRowBytes);
-}
-
-LumoResult BiLinear16WithRegion(uint32_t channels, const unsigned char* source, tagLumoSize /*sourceSize*/,
-                                uint32_t sourceRowBytes, tagLumoRect region, unsigned char* destination,
-                                tagLumoSize destinationSize, uint32_t destinationRowBytes) {
-    return LinearResize<uint16_t>(channels, LinearRegionInput<uint16_t>(channels, source, sourceRowBytes, region),
-                                  destination, destinationSize, destinationRowBytes);
+LumoResult BiLinear(const ResizeRequest& request) {
+    return RunInterpolatingResize(request, kLinearTaps, BuildLinearTaps);
 }
 
 }  // namespace lumo

@@ -57,12 +57,13 @@ void InterpolateBetweenRows(uint32_t channels, const unsigned char* intermediate
     }
 }
 
+// The region is resized as an image of its own: indices clamp to its edges.
 template <class T>
-LumoResult LinearResize(uint32_t channels, const LinearInput& input, unsigned char* destination,
-                        tagLumoSize destinationSize, uint32_t destinationRowBytes) {
-    const uint32_t width = destinationSize.width;
-    const uint32_t height = destinationSize.height;
-    if (!LinearInputUsable(input, destinationSize)) return kLumoResultInvalidParameter;
+LumoResult LinearResize(const ResizeRequest& r) {
+    const SourceView input = RegionView(r);
+    const uint32_t channels = r.channels;
+    const uint32_t width = r.destination.size.width;
+    const uint32_t height = r.destination.size.height;
 
     // Sizes are 32-bit products, as the row offsets are.
     const uint32_t intermediateRowBytes = channels * width * static_cast<uint32_t>(sizeof(T));
@@ -70,53 +71,32 @@ LumoResult LinearResize(uint32_t channels, const LinearInput& input, unsigned ch
     const WorkArray<double> rowWeights = MakeWorkArray<double>(kLinearTaps * height);
     const WorkArray<uint32_t> columnTaps = MakeWorkArray<uint32_t>(kLinearTaps * width);
     const WorkArray<uint32_t> rowTaps = MakeWorkArray<uint32_t>(kLinearTaps * height);
-    const WorkArray<unsigned char> intermediate = MakeWorkArray<unsigned char>(intermediateRowBytes * input.height);
+    const WorkArray<unsigned char> intermediate = MakeWorkArray<unsigned char>(intermediateRowBytes * input.size.height);
     if (!columnWeights || !rowWeights || !columnTaps || !rowTaps || !intermediate) return kLumoResultNoMemory;
 
-    BuildLinearTaps(width, input.width, columnTaps.get(), columnWeights.get());
-    parallel_for<int32_t>(0, static_cast<int32_t>(input.height), 1, [&](int32_t r) {
-        const auto row = static_cast<uint32_t>(r);
+    BuildLinearTaps(width, input.size.width, columnTaps.get(), columnWeights.get());
+    parallel_for<int32_t>(0, static_cast<int32_t>(input.size.height), 1, [&](int32_t y) {
+        const auto row = static_cast<uint32_t>(y);
         InterpolateAlongRow<T>(channels, RowAt(input.data, row, input.rowBytes), columnTaps.get(),
                                columnWeights.get(), width, RowAt(intermediate.get(), row, intermediateRowBytes));
     });
 
     // Built only now: the first pass has finished with the intermediate.
-    BuildLinearTaps(height, input.height, rowTaps.get(), rowWeights.get());
+    BuildLinearTaps(height, input.size.height, rowTaps.get(), rowWeights.get());
     parallel_for<int32_t>(0, static_cast<int32_t>(height), 1, [&](int32_t y) {
         const auto row = static_cast<uint32_t>(y);
         InterpolateBetweenRows<T>(channels, intermediate.get(), intermediateRowBytes, rowTaps.get() + row * kLinearTaps,
                                   rowWeights.get() + row * kLinearTaps, width,
-                                  RowAt(destination, row, destinationRowBytes));
+                                  RowAt(r.destination.data, row, r.destination.rowBytes));
     });
     return kLumoResultOK;
 }
 
 }  // namespace
 
-LumoResult BiLinear8(uint32_t channels, const unsigned char* source, tagLumoSize sourceSize, uint32_t sourceRowBytes,
-                     unsigned char* destination, tagLumoSize destinationSize, uint32_t destinationRowBytes) {
-    const LinearInput input{source, sourceRowBytes, sourceSize.width, sourceSize.height};
-    return LinearResize<uint8_t>(channels, input, destination, destinationSize, destinationRowBytes);
-}
-
-LumoResult BiLinear16(uint32_t channels, const unsigned char* source, tagLumoSize sourceSize, uint32_t sourceRowBytes,
-                      unsigned char* destination, tagLumoSize destinationSize, uint32_t destinationRowBytes) {
-    const LinearInput input{source, sourceRowBytes, sourceSize.width, sourceSize.height};
-    return LinearResize<uint16_t>(channels, input, destination, destinationSize, destinationRowBytes);
-}
-
-LumoResult BiLinear8WithRegion(uint32_t channels, const unsigned char* source, tagLumoSize /*sourceSize*/,
-                               uint32_t sourceRowBytes, tagLumoRect region, unsigned char* destination,
-                               tagLumoSize destinationSize, uint32_t destinationRowBytes) {
-    return LinearResize<uint8_t>(channels, LinearRegionInput<uint8_t>(channels, source, sourceRowBytes, region),
-                                 destination, destinationSize, destinationRowBytes);
-}
-
-LumoResult BiLinear16WithRegion(uint32_t channels, const unsigned char* source, tagLumoSize /*sourceSize*/,
-                                uint32_t sourceRowBytes, tagLumoRect region, unsigned char* destination,
-                                tagLumoSize destinationSize, uint32_t destinationRowBytes) {
-    return LinearResize<uint16_t>(channels, LinearRegionInput<uint16_t>(channels, source, sourceRowBytes, region),
-                                  destination, destinationSize, destinationRowBytes);
+LumoResult BiLinear(const ResizeRequest& request) {
+    AssertAdmitted(request);
+    return request.bytesPerSample == 1 ? LinearResize<uint8_t>(request) : LinearResize<uint16_t>(request);
 }
 
 }  // namespace lumo::reference

@@ -53,31 +53,24 @@ RowGather GatherForPixelSize(size_t pixelBytes) {
 }
 
 template <class T>
-LumoResult NearestResize(uint32_t channels, const unsigned char* source, tagLumoSize sourceSize,
-                         uint32_t sourceRowBytes, tagLumoRect region, unsigned char* destination,
-                         tagLumoSize destinationSize, uint32_t destinationRowBytes) {
-    if (destinationSize.height == 0) return kLumoResultOK;
-    // An empty source has no pixel to repeat (the clamp would wrap to 2^32 - 1).
-    if (sourceSize.width == 0 || sourceSize.height == 0) return kLumoResultOK;
-
-    const uint32_t width = destinationSize.width;
-    const uint32_t rows = destinationSize.height;
+LumoResult NearestResize(const ResizeRequest& r) {
+    const SourceView source = r.source;
+    const DestinationView destination = r.destination;
+    const tagLumoRect region = r.region;
+    const uint32_t channels = r.channels;
+    const uint32_t width = destination.size.width;
+    const uint32_t rows = destination.size.height;
     const double scaleX = static_cast<double>(width) / static_cast<double>(region.width);
     const double scaleY = static_cast<double>(rows) / static_cast<double>(region.height);
 
     // Byte offset of each destination column's source pixel within a row:
     // sample index sx * channels in 32 bits, as a per-pixel copy forms it.
     const WorkArray<size_t> columnOffsets = MakeWorkArray<size_t>(width);
-    if (!columnOffsets) {
-        // Without room for the map, the pixels are mapped one by one, which
-        // gives the same bytes (a whole image is the region that covers it).
-        constexpr auto mapPerPixel =
-            sizeof(T) == 1 ? reference::NearestNeighbor8WithRegion : reference::NearestNeighbor16WithRegion;
-        return mapPerPixel(channels, source, sourceSize, sourceRowBytes, region, destination, destinationSize,
-                           destinationRowBytes);
-    }
+    // Without room for the map, the pixels are mapped one by one, which gives
+    // the same bytes.
+    if (!columnOffsets) return reference::NearestNeighbor(r);
     for (uint32_t x = 0; x < width; ++x) {
-        const uint32_t sx = SourceCoordinate(x, scaleX, region.x, sourceSize.width);
+        const uint32_t sx = SourceCoordinate(x, scaleX, region.x, source.size.width);
         columnOffsets[x] = static_cast<size_t>(sx * channels) * sizeof(T);
     }
 
@@ -86,17 +79,16 @@ LumoResult NearestResize(uint32_t channels, const unsigned char* source, tagLumo
     const RowGather gather = GatherForPixelSize(pixelBytes);
     const RowBands bands(rows, uint64_t{rows} * rowBytes);
     bands.Run([&](uint32_t, uint32_t firstRow, uint32_t endRow) {
-        if (rowBytes == 0) return;
         uint32_t previousSourceRow = 0;
         for (uint32_t y = firstRow; y < endRow; ++y) {
-            const uint32_t sy = SourceCoordinate(y, scaleY, region.y, sourceSize.height);
-            unsigned char* destinationRow = RowAt(destination, y, destinationRowBytes);
+            const uint32_t sy = SourceCoordinate(y, scaleY, region.y, source.size.height);
+            unsigned char* destinationRow = RowAt(destination.data, y, destination.rowBytes);
             if (y > firstRow && sy == previousSourceRow) {
-                std::memcpy(destinationRow, RowAt(destination, y - 1, destinationRowBytes), rowBytes);
+                std::memcpy(destinationRow, RowAt(destination.data, y - 1, destination.rowBytes), rowBytes);
             } else if (gather) {
-                gather(destinationRow, RowAt(source, sy, sourceRowBytes), columnOffsets.get(), width);
+                gather(destinationRow, RowAt(source.data, sy, source.rowBytes), columnOffsets.get(), width);
             } else {
-                GatherRowAnySize(destinationRow, RowAt(source, sy, sourceRowBytes), columnOffsets.get(), width,
+                GatherRowAnySize(destinationRow, RowAt(source.data, sy, source.rowBytes), columnOffsets.get(), width,
                                  pixelBytes);
             }
             previousSourceRow = sy;
@@ -107,32 +99,9 @@ LumoResult NearestResize(uint32_t channels, const unsigned char* source, tagLumo
 
 }  // namespace
 
-LumoResult NearestNeighbor8(uint32_t channels, const unsigned char* source, tagLumoSize sourceSize,
-                            uint32_t sourceRowBytes, unsigned char* destination, tagLumoSize destinationSize,
-                            uint32_t destinationRowBytes) {
-    return NearestResize<uint8_t>(channels, source, sourceSize, sourceRowBytes, WholeImage(sourceSize),
-                                  destination, destinationSize, destinationRowBytes);
-}
-
-LumoResult NearestNeighbor16(uint32_t channels, const unsigned char* source, tagLumoSize sourceSize,
-                             uint32_t sourceRowBytes, unsigned char* destination, tagLumoSize destinationSize,
-                             uint32_t destinationRowBytes) {
-    return NearestResize<uint16_t>(channels, source, sourceSize, sourceRowBytes, WholeImage(sourceSize),
-                                   destination, destinationSize, destinationRowBytes);
-}
-
-LumoResult NearestNeighbor8WithRegion(uint32_t channels, const unsigned char* source, tagLumoSize sourceSize,
-                                      uint32_t sourceRowBytes, tagLumoRect region, unsigned char* destination,
-                                      tagLumoSize destinationSize, uint32_t destinationRowBytes) {
-    return NearestResize<uint8_t>(channels, source, sourceSize, sourceRowBytes, region, destination,
-                                  destinationSize, destinationRowBytes);
-}
-
-LumoResult NearestNeighbor16WithRegion(uint32_t channels, const unsigned char* source, tagLumoSize sourceSize,
-                                       uint32_t sourceRowBytes, tagLumoRect region, unsigned char* destination,
-                                       tagLumoSize destinationSize, uint32_t destinationRowBytes) {
-    return NearestResize<uint16_t>(channels, source, sourceSize, sourceRowBytes, region, destination,
-                                   destinationSize, destinationRowBytes);
+LumoResult NearestNeighbor(const ResizeRequest& request) {
+    AssertAdmitted(request);
+    return request.bytesPerSample == 1 ? NearestResize<uint8_t>(request) : NearestResize<uint16_t>(request);
 }
 
 }  // namespace lumo

@@ -15,89 +15,36 @@
 namespace lumo::reference {
 namespace {
 
-// Everything a row needs; it lives in the kernel's frame for the whole
-// parallel_for, and the rows only read it.
-struct NearestJob {
-    uint32_t channels;
-    const unsigned char* source;
-    tagLumoSize sourceSize;
-    uint32_t sourceRowBytes;
-    unsigned char* destination;
-    tagLumoSize destinationSize;
-    uint32_t destinationRowBytes;
-    int32_t originX;  // where the mapping starts: the region's origin, 0 for a whole image
-    int32_t originY;
-    double scaleX;  // destination over input size
-    double scaleY;
-};
-
 template <class T>
-void NearestRow(const NearestJob& job, uint32_t y) {
-    const uint32_t sy = SourceCoordinate(y, job.scaleY, job.originY, job.sourceSize.height);
-    const unsigned char* sourceRow = RowAt(job.source, sy, job.sourceRowBytes);
-    unsigned char* destinationRow = RowAt(job.destination, y, job.destinationRowBytes);
-    for (uint32_t x = 0; x < job.destinationSize.width; ++x) {
-        const uint32_t sx = SourceCoordinate(x, job.scaleX, job.originX, job.sourceSize.width);
-        for (uint32_t c = 0; c < job.channels; ++c) {
-            StoreSample<T>(destinationRow, x * job.channels + c, LoadSample<T>(sourceRow, sx * job.channels + c));
+void NearestRow(const ResizeRequest& r, double scaleX, double scaleY, uint32_t y) {
+    const uint32_t sy = SourceCoordinate(y, scaleY, r.region.y, r.source.size.height);
+    const unsigned char* sourceRow = RowAt(r.source.data, sy, r.source.rowBytes);
+    unsigned char* destinationRow = RowAt(r.destination.data, y, r.destination.rowBytes);
+    for (uint32_t x = 0; x < r.destination.size.width; ++x) {
+        const uint32_t sx = SourceCoordinate(x, scaleX, r.region.x, r.source.size.width);
+        for (uint32_t c = 0; c < r.channels; ++c) {
+            StoreSample<T>(destinationRow, x * r.channels + c, LoadSample<T>(sourceRow, sx * r.channels + c));
         }
     }
 }
 
 // A whole image is the region {0, 0, width, height}: adding a zero origin to
-// the quotient leaves it unchanged, so both variants share this body.
+// the quotient leaves it unchanged.
 template <class T>
-LumoResult NearestResize(uint32_t channels, const unsigned char* source, tagLumoSize sourceSize,
-                         uint32_t sourceRowBytes, tagLumoRect region, unsigned char* destination,
-                         tagLumoSize destinationSize, uint32_t destinationRowBytes) {
-    if (destinationSize.height == 0) return kLumoResultOK;
-    // An empty source has no pixel to repeat (the clamp would wrap to 2^32 - 1).
-    if (sourceSize.width == 0 || sourceSize.height == 0) return kLumoResultOK;
-
-    const NearestJob job{channels,
-                         source,
-                         sourceSize,
-                         sourceRowBytes,
-                         destination,
-                         destinationSize,
-                         destinationRowBytes,
-                         region.x,
-                         region.y,
-                         static_cast<double>(destinationSize.width) / static_cast<double>(region.width),
-                         static_cast<double>(destinationSize.height) / static_cast<double>(region.height)};
-    parallel_for<int32_t>(0, static_cast<int32_t>(destinationSize.height), 1,
-                          [&job](int32_t y) { NearestRow<T>(job, static_cast<uint32_t>(y)); });
+LumoResult NearestResize(const ResizeRequest& r) {
+    const double scaleX = static_cast<double>(r.destination.size.width) / static_cast<double>(r.region.width);
+    const double scaleY = static_cast<double>(r.destination.size.height) / static_cast<double>(r.region.height);
+    parallel_for<int32_t>(0, static_cast<int32_t>(r.destination.size.height), 1, [&](int32_t y) {
+        NearestRow<T>(r, scaleX, scaleY, static_cast<uint32_t>(y));
+    });
     return kLumoResultOK;
 }
 
 }  // namespace
 
-LumoResult NearestNeighbor8(uint32_t channels, const unsigned char* source, tagLumoSize sourceSize,
-                            uint32_t sourceRowBytes, unsigned char* destination, tagLumoSize destinationSize,
-                            uint32_t destinationRowBytes) {
-    return NearestResize<uint8_t>(channels, source, sourceSize, sourceRowBytes, WholeImage(sourceSize),
-                                  destination, destinationSize, destinationRowBytes);
-}
-
-LumoResult NearestNeighbor16(uint32_t channels, const unsigned char* source, tagLumoSize sourceSize,
-                             uint32_t sourceRowBytes, unsigned char* destination, tagLumoSize destinationSize,
-                             uint32_t destinationRowBytes) {
-    return NearestResize<uint16_t>(channels, source, sourceSize, sourceRowBytes, WholeImage(sourceSize),
-                                   destination, destinationSize, destinationRowBytes);
-}
-
-LumoResult NearestNeighbor8WithRegion(uint32_t channels, const unsigned char* source, tagLumoSize sourceSize,
-                                      uint32_t sourceRowBytes, tagLumoRect region, unsigned char* destination,
-                                      tagLumoSize destinationSize, uint32_t destinationRowBytes) {
-    return NearestResize<uint8_t>(channels, source, sourceSize, sourceRowBytes, region, destination,
-                                  destinationSize, destinationRowBytes);
-}
-
-LumoResult NearestNeighbor16WithRegion(uint32_t channels, const unsigned char* source, tagLumoSize sourceSize,
-                                       uint32_t sourceRowBytes, tagLumoRect region, unsigned char* destination,
-                                       tagLumoSize destinationSize, uint32_t destinationRowBytes) {
-    return NearestResize<uint16_t>(channels, source, sourceSize, sourceRowBytes, region, destination,
-                                   destinationSize, destinationRowBytes);
+LumoResult NearestNeighbor(const ResizeRequest& request) {
+    AssertAdmitted(request);
+    return request.bytesPerSample == 1 ? NearestResize<uint8_t>(request) : NearestResize<uint16_t>(request);
 }
 
 }  // namespace lumo::reference

@@ -103,8 +103,10 @@ HWY_INLINE auto TwoTapInDouble(D d, hn::Vec<D> s0, hn::Vec<D> s1, VD low0, VD lo
 
 #endif
 
-// 4-lane double vectors exist on the 256- and 512-bit targets.
-#if HWY_TARGET == HWY_AVX2 || HWY_TARGET == HWY_AVX3 || HWY_TARGET == HWY_AVX3_DL
+// A pixel per vector needs 4 double lanes, a 256-bit register: AVX2 and every
+// x86 target above it. Scalable Arm vectors may be as narrow as 128 bits, so
+// the comparison, whose bit order is x86's, is asked of x86 alone.
+#if HWY_ARCH_X86 && HWY_TARGET <= HWY_AVX2
 #define LUMO_PIXEL_LANES 1
 #else
 #define LUMO_PIXEL_LANES 0
@@ -133,8 +135,9 @@ HWY_INLINE uint32_t ResamplePixelsDouble(const unsigned char* input, T* out, uin
     const hn::FixedTag<double, 4> d;
     const hn::Rebind<T, decltype(d)> dt;
     const T* in = reinterpret_cast<const T*>(input);
-#if HWY_TARGET == HWY_AVX3 || HWY_TARGET == HWY_AVX3_DL
-    // Two destination pixels per 8-lane vector, each in its own half.
+#if HWY_ARCH_X86 && HWY_TARGET <= HWY_AVX3
+    // Two destination pixels per 8-lane vector, each in its own half: 512-bit
+    // registers, AVX3 and the x86 targets above it.
     const hn::FixedTag<double, 8> d8;
     const hn::Rebind<int32_t, decltype(d8)> di8;
     const hn::Rebind<T, decltype(d8)> dt8;

@@ -15,6 +15,8 @@
 #include <cstddef>
 #include <cstdint>
 
+#include "lumomath/LumoMath.h"
+#include "resize/resize_request.h"
 #include "resize/row_bands.h"
 
 namespace lumo {
@@ -52,13 +54,13 @@ std::size_t SeparableWorkBytes(const SeparableJob& job, uint32_t bytesPerSample,
 void RunSeparable8(const SeparableJob& job, unsigned char* work, const RowBands& bands);
 void RunSeparable16(const SeparableJob& job, unsigned char* work, const RowBands& bands);
 
-template <class T>
-void RunSeparable(const SeparableJob& job, unsigned char* work, const RowBands& bands) {
-    if constexpr (sizeof(T) == 1) {
-        RunSeparable8(job, work, bands);
-    } else {
-        RunSeparable16(job, work, bands);
-    }
-}
+/// Fills `taps` source indices and weights per output index of one axis.
+using TapTableBuilder = void (*)(uint32_t count, uint32_t sourceCount, uint32_t* taps, double* weights);
+
+/// An interpolating resize of an admitted request, the region read as an
+/// image of its own: tap tables from `build` for both axes, then the fused
+/// passes over the bands. kLumoResultNoMemory when the tables or the working
+/// block cannot be had.
+LumoResult RunInterpolatingResize(const ResizeRequest& request, uint32_t taps, TapTableBuilder build);
 
 }  // namespace lumo

@@ -11,6 +11,7 @@
 // sum = s * w + sum, exactly as the per-pixel form adds them. Only the
 // pixels run side by side, never a pixel's terms.
 #include <algorithm>
+#include <cassert>
 #include <cstddef>
 #include <cstdint>
 #include <cstring>
@@ -61,7 +62,9 @@ HWY_INLINE hn::Vec<D> SampleOf(hn::Vec<DU> word, uint32_t index) {
     constexpr int kSampleBits = 8 * sizeof(T);
     const auto bits = hn::And(hn::ShiftRightSame(word, static_cast<int>(index) * kSampleBits),
                               hn::Set(du, (uint64_t{1} << kSampleBits) - 1));
-#if HWY_TARGET == HWY_AVX3
+#if HWY_ARCH_X86 && HWY_TARGET <= HWY_AVX3
+    // AVX-512DQ converts 64-bit integers in one instruction (vcvtqq2pd); AVX2
+    // and below have none, and the conversion there would be emulated.
     return hn::ConvertTo(d, hn::BitCast(hn::RebindToSigned<D>(), bits));
 #else
     return hn::Sub(hn::BitCast(d, hn::Or(bits, hn::Set(du, uint64_t{0x4330000000000000}))),
@@ -311,19 +314,13 @@ void MarkPairedBlocks(const Columns& c, size_t blocks, const uint32_t* blockTaps
 // Without room for the tables the footprints are worked out pixel by pixel,
 // as the plain kernel does: it needs no memory and gives the same bytes, so a
 // call never comes back without its pixels (the dispatcher answers 0 anyway).
-LumoResult WithoutTables(const Request& r) {
-    const auto plain = r.bytesPerSample == 1 ? reference::SuperSampling8WithRegion : reference::SuperSampling16WithRegion;
-    return plain(r.channels, r.source, tagLumoSize{}, r.sourceRowBytes, r.region, r.destination, r.destinationSize,
-                 r.destinationRowBytes);
-}
+LumoResult WithoutTables(const ResizeRequest& r) { return reference::SuperSampling(r); }
 
-LumoResult Run(const Request& r) {
-    // More channels than a pixel word holds: nothing is written.
-    if (r.channels > kMaxChannels || r.channels == 0) return kLumoResultOK;
-    const auto rows = static_cast<int32_t>(r.destinationSize.height);
-    if (rows < 1) return kLumoResultOK;
-    const uint32_t width = r.destinationSize.width;
-    if (width == 0) return kLumoResultOK;
+LumoResult Run(const ResizeRequest& r) {
+    AssertAdmitted(r);
+    assert(r.channels <= kMaxChannels);
+    const auto rows = static_cast<int32_t>(r.destination.size.height);
+    const uint32_t width = r.destination.size.width;
     // Short binary fractions everywhere (whole-number reductions among them):
     // integer box sums give the same bytes for a fraction of the work.
     if (SuperSampleExactly(r)) return kLumoResultOK;
@@ -365,10 +362,10 @@ LumoResult Run(const Request& r) {
     const uint32_t lastRow = static_cast<uint32_t>(r.region.y) + r.region.height - 1;
     const Plan plan{r.channels,
                     r.bytesPerSample,
-                    r.source,
-                    r.sourceRowBytes,
-                    r.destination,
-                    r.destinationRowBytes,
+                    r.source.data,
+                    r.source.rowBytes,
+                    r.destination.data,
+                    r.destination.rowBytes,
                     width,
                     stride,
                     columnAt,
@@ -377,11 +374,11 @@ LumoResult Run(const Request& r) {
                     blockStart.get(),
                     fractions.get(),
                     offsets.get(),
-                    static_cast<double>(r.destinationSize.height) / static_cast<double>(r.region.height),
+                    static_cast<double>(r.destination.size.height) / static_cast<double>(r.region.height),
                     static_cast<double>(r.region.y),
                     lastRow,
                     columns.OffsetOf(columns.last),
-                    RowAt(r.source, lastRow, r.sourceRowBytes) + columns.OffsetOf(columns.last) + columns.PixelBytes()};
+                    RowAt(r.source.data, lastRow, r.source.rowBytes) + columns.OffsetOf(columns.last) + columns.PixelBytes()};
     const auto superSampleRows = HWY_DYNAMIC_DISPATCH(SuperSampleRows);
     bands.Run([&](uint32_t band, uint32_t firstRow, uint32_t endRow) {
         const BandMemory memory{sums.get() + band * sumsPerBand, samples.get() + band * samplesPerBand};
@@ -393,33 +390,7 @@ LumoResult Run(const Request& r) {
 }  // namespace
 }  // namespace supersampling
 
-LumoResult SuperSampling8(uint32_t channels, const unsigned char* source, tagLumoSize sourceSize,
-                          uint32_t sourceRowBytes, unsigned char* destination, tagLumoSize destinationSize,
-                          uint32_t destinationRowBytes) {
-    return supersampling::Run({channels, 1, source, sourceRowBytes, WholeImage(sourceSize),
-                               destination, destinationSize, destinationRowBytes});
-}
-
-LumoResult SuperSampling16(uint32_t channels, const unsigned char* source, tagLumoSize sourceSize,
-                           uint32_t sourceRowBytes, unsigned char* destination, tagLumoSize destinationSize,
-                           uint32_t destinationRowBytes) {
-    return supersampling::Run({channels, 2, source, sourceRowBytes, WholeImage(sourceSize),
-                               destination, destinationSize, destinationRowBytes});
-}
-
-LumoResult SuperSampling8WithRegion(uint32_t channels, const unsigned char* source, tagLumoSize /*sourceSize*/,
-                                    uint32_t sourceRowBytes, tagLumoRect region, unsigned char* destination,
-                                    tagLumoSize destinationSize, uint32_t destinationRowBytes) {
-    return supersampling::Run(
-        {channels, 1, source, sourceRowBytes, region, destination, destinationSize, destinationRowBytes});
-}
-
-LumoResult SuperSampling16WithRegion(uint32_t channels, const unsigned char* source, tagLumoSize /*sourceSize*/,
-                                     uint32_t sourceRowBytes, tagLumoRect region, unsigned char* destination,
-                                     tagLumoSize destinationSize, uint32_t destinationRowBytes) {
-    return supersampling::Run(
-        {channels, 2, source, sourceRowBytes, region, destination, destinationSize, destinationRowBytes});
-}
+LumoResult SuperSampling(const ResizeRequest& request) { return supersampling::Run(request); }
 
 }  // namespace lumo
 #endif  // HWY_ONCE

@@ -360,14 +360,14 @@ AxisWeights WeightsOf(const Axis& axis) {
     return w;
 }
 
-Axis ColumnsOf(const Request& r) {
-    return {r.destinationSize.width, static_cast<double>(r.destinationSize.width) / static_cast<double>(r.region.width),
+Axis ColumnsOf(const ResizeRequest& r) {
+    return {r.destination.size.width, static_cast<double>(r.destination.size.width) / static_cast<double>(r.region.width),
             static_cast<double>(r.region.x)};
 }
 
-Axis RowsOf(const Request& r) {
-    return {r.destinationSize.height,
-            static_cast<double>(r.destinationSize.height) / static_cast<double>(r.region.height),
+Axis RowsOf(const ResizeRequest& r) {
+    return {r.destination.size.height,
+            static_cast<double>(r.destination.size.height) / static_cast<double>(r.region.height),
             static_cast<double>(r.region.y)};
 }
 
@@ -376,7 +376,7 @@ struct Qualified {
     AxisWeights columns, rows;
 };
 
-Qualified Qualify(const Request& r) {
+Qualified Qualify(const ResizeRequest& r) {
     Qualified q;
     q.columns = WeightsOf(ColumnsOf(r));
     if (q.columns.bits == kTooFine || q.columns.maxSum >= kSumLimit) return q;
@@ -390,9 +390,9 @@ Qualified Qualify(const Request& r) {
 
 }  // namespace
 
-bool ExactSumsApply(const Request& r) { return Qualify(r).applies; }
+bool ExactSumsApply(const ResizeRequest& r) { return Qualify(r).applies; }
 
-bool SuperSampleExactly(const Request& r) {
+bool SuperSampleExactly(const ResizeRequest& r) {
     const Qualified q = Qualify(r);
     if (!q.applies) return false;
     const Axis columns = ColumnsOf(r);
@@ -435,7 +435,7 @@ bool SuperSampleExactly(const Request& r) {
     for (uint32_t x = 0; x < width; ++x)
         classOf[x] = static_cast<uint32_t>(std::lower_bound(classSum, classSum + classCount, classOf[x]) - classSum);
 
-    const auto rows = static_cast<uint32_t>(r.destinationSize.height);
+    const auto rows = static_cast<uint32_t>(r.destination.size.height);
     const uint64_t sourceBytes = uint64_t{r.region.width} * r.region.height * r.channels * r.bytesPerSample;
     const RowBands bands(rows, sourceBytes);
     const size_t columnSumsPerBand = size_t{r.region.width} * r.channels + 1;  // a spare for vectors of 4
@@ -448,10 +448,10 @@ bool SuperSampleExactly(const Request& r) {
     const Axis rowAxis = RowsOf(r);
     const ExactPlan plan{r.channels,
                          r.bytesPerSample,
-                         r.source,
-                         r.sourceRowBytes,
-                         r.destination,
-                         r.destinationRowBytes,
+                         r.source.data,
+                         r.source.rowBytes,
+                         r.destination.data,
+                         r.destination.rowBytes,
                          width,
                          r.region.width,
                          static_cast<uint32_t>(r.region.x),

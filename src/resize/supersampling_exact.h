@@ -4,30 +4,20 @@
 
 #include <cstdint>
 
-#include "lumomath/LumoMath.h"
+#include "resize/resize_request.h"
 
 namespace lumo::supersampling {
 
-/// One area-averaging call: footprints in absolute source coordinates of the
-/// region, which for a whole image is the region at (0, 0) that covers it.
-struct Request {
-    uint32_t channels;
-    uint32_t bytesPerSample;
-    const unsigned char* source;
-    uint32_t sourceRowBytes;
-    tagLumoRect region;
-    unsigned char* destination;
-    tagLumoSize destinationSize;
-    uint32_t destinationRowBytes;
-};
+// Footprints are in absolute source coordinates of the region, which for a
+// whole image is the region at (0, 0) that covers it.
 
 /// Whether every weight of the call is a binary fraction short enough for
 /// its sums to be worked exactly in whole numbers. Allocates nothing.
-bool ExactSumsApply(const Request& r);
+bool ExactSumsApply(const ResizeRequest& r);
 
 /// Works the call in whole numbers and returns true when ExactSumsApply()
 /// holds and its tables could be had; otherwise writes nothing and returns
 /// false. `r` has 1 to 4 channels, a destination of at least 1 x 1.
-bool SuperSampleExactly(const Request& r);
+bool SuperSampleExactly(const ResizeRequest& r);
 
 }  // namespace lumo::supersampling

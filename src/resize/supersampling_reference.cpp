@@ -9,6 +9,7 @@
 // allocates nothing. The mean divides by the weights actually accumulated:
 // where a footprint reaches past the last row or column, the edge pixel takes
 // the weight of the part outside.
+#include <cassert>
 #include <cmath>
 #include <cstdint>
 #include <limits>
@@ -102,10 +103,8 @@ void SuperSampleRow(const Footprints& f, uint32_t y) {
 
 template <class T>
 LumoResult SuperSample(const Footprints& f) {
-    // More channels than accumulators would overrun them: nothing is written.
-    if (f.channels > kMaxChannels) return kLumoResultOK;
+    assert(f.channels <= kMaxChannels);  // one accumulator per channel
     const auto rows = static_cast<int32_t>(f.destinationSize.height);
-    if (rows < 1) return kLumoResultOK;
     parallel_for(0, rows, 1, [&f](int y) { SuperSampleRow<T>(f, static_cast<uint32_t>(y)); });
     return kLumoResultOK;
 }
@@ -113,8 +112,14 @@ LumoResult SuperSample(const Footprints& f) {
 /// Footprints in absolute source coordinates, scaled to the region and
 /// clamped to its right and bottom edges; the whole source's size plays no
 /// part. A whole image is the region at (0, 0) that covers it.
-Footprints Region(uint32_t channels, const unsigned char* source, uint32_t sourceRowBytes, tagLumoRect region,
-                  unsigned char* destination, tagLumoSize destinationSize, uint32_t destinationRowBytes) {
+Footprints Region(const ResizeRequest& r) {
+    const uint32_t channels = r.channels;
+    const tagLumoRect region = r.region;
+    const unsigned char* source = r.source.data;
+    const uint32_t sourceRowBytes = r.source.rowBytes;
+    unsigned char* destination = r.destination.data;
+    const tagLumoSize destinationSize = r.destination.size;
+    const uint32_t destinationRowBytes = r.destination.rowBytes;
     const uint32_t right = static_cast<uint32_t>(region.x) + region.width;
     const uint32_t bottom = static_cast<uint32_t>(region.y) + region.height;
     return Footprints{channels,
@@ -133,34 +138,9 @@ Footprints Region(uint32_t channels, const unsigned char* source, uint32_t sourc
 
 }  // namespace
 
-LumoResult SuperSampling8(uint32_t channels, const unsigned char* source, tagLumoSize sourceSize,
-                          uint32_t sourceRowBytes, unsigned char* destination, tagLumoSize destinationSize,
-                          uint32_t destinationRowBytes) {
-    return SuperSample<uint8_t>(
-        Region(channels, source, sourceRowBytes, WholeImage(sourceSize), destination, destinationSize,
-               destinationRowBytes));
-}
-
-LumoResult SuperSampling16(uint32_t channels, const unsigned char* source, tagLumoSize sourceSize,
-                           uint32_t sourceRowBytes, unsigned char* destination, tagLumoSize destinationSize,
-                           uint32_t destinationRowBytes) {
-    return SuperSample<uint16_t>(
-        Region(channels, source, sourceRowBytes, WholeImage(sourceSize), destination, destinationSize,
-               destinationRowBytes));
-}
-
-LumoResult SuperSampling8WithRegion(uint32_t channels, const unsigned char* source, tagLumoSize /*sourceSize*/,
-                                    uint32_t sourceRowBytes, tagLumoRect region, unsigned char* destination,
-                                    tagLumoSize destinationSize, uint32_t destinationRowBytes) {
-    return SuperSample<uint8_t>(
-        Region(channels, source, sourceRowBytes, region, destination, destinationSize, destinationRowBytes));
-}
-
-LumoResult SuperSampling16WithRegion(uint32_t channels, const unsigned char* source, tagLumoSize /*sourceSize*/,
-                                     uint32_t sourceRowBytes, tagLumoRect region, unsigned char* destination,
-                                     tagLumoSize destinationSize, uint32_t destinationRowBytes) {
-    return SuperSample<uint16_t>(
-        Region(channels, source, sourceRowBytes, region, destination, destinationSize, destinationRowBytes));
+LumoResult SuperSampling(const ResizeRequest& request) {
+    AssertAdmitted(request);
+    return request.bytesPerSample == 1 ? SuperSample<uint8_t>(Region(request)) : SuperSample<uint16_t>(Region(request));
 }
 
 }  // namespace lumo::reference
