@@ -7,26 +7,15 @@
 #include <gtest/gtest.h>
 
 #include "resize/differential.h"
-#include "resize/kernel_harness.h"
-#include "resize/kernels.h"
 #include "resize/supersampling_exact.h"
 
 namespace {
 
 using lumo::test::Below;
 using lumo::test::DifferentialCase;
-using lumo::test::DifferentialMethod;
-using lumo::test::KernelSet;
-using lumo::test::TestImage;
 
-const KernelSet kFast{lumo::SuperSampling8, lumo::SuperSampling16, lumo::SuperSampling8WithRegion,
-                      lumo::SuperSampling16WithRegion};
-const KernelSet kReference{lumo::reference::SuperSampling8, lumo::reference::SuperSampling16,
-                           lumo::reference::SuperSampling8WithRegion, lumo::reference::SuperSampling16WithRegion};
-const DifferentialMethod kSuperSampling{"supersampling", kFast, kReference};
-
-lumo::supersampling::Request RequestFor(uint32_t bits, tagLumoRect region, tagLumoSize destination) {
-    return {3, bits / 8, nullptr, 0, region, nullptr, destination, 0};
+bool ExactSumsApply(uint32_t bits, tagLumoRect region, tagLumoSize destination) {
+    return lumo::supersampling::ExactSumsApply({3, bits / 8, {nullptr, {}, 0}, region, {nullptr, destination, 0}});
 }
 
 struct ApplyCase {
@@ -51,10 +40,7 @@ TEST(SuperSamplingExact, TakenExactlyWhenEveryWeightIsAShortBinaryFraction) {
         {"thirds on the rows only", 8, {0, 0, 8, 7}, {4, 3}, false},
         {"rows of 4000 to 427", 8, {0, 0, 6000, 4000}, {640, 427}, false},
     };
-    for (const ApplyCase& c : cases) {
-        EXPECT_EQ(lumo::supersampling::ExactSumsApply(RequestFor(c.bits, c.region, c.destination)), c.applies)
-            << c.what;
-    }
+    for (const ApplyCase& c : cases) EXPECT_EQ(ExactSumsApply(c.bits, c.region, c.destination), c.applies) << c.what;
 }
 
 /// A side of `destination` pixels whose footprints are `numerator` / 2^`bits`
@@ -71,60 +57,41 @@ Sides DrawSides(std::mt19937& rng) {
     return {units << bits, units * numerator};
 }
 
+using BinaryFractionScales = lumo::test::OnEachTarget;
+
 // Reductions by whole factors and by binary fractions, as whole images and as
-// regions of a larger buffer (the region ends the buffer, under ASan).
-TEST(SuperSamplingExact, MatchesThePlainKernelOnBinaryFractionScales) {
-    lumo::test::ForEachVectorTarget([] {
-        std::mt19937 rng(607);
-        int taken = 0;
-        for (int i = 0; i < 400 && !::testing::Test::HasFailure(); ++i) {
-            const Sides across = DrawSides(rng);
-            const Sides down = Below(rng, 3) == 0 ? across : DrawSides(rng);
-            DifferentialCase c;
-            c.bits = Below(rng, 2) ? 16 : 8;
-            c.channels = 1 + Below(rng, 4);
-            c.destination = {across.destination, down.destination};
-            c.region = {static_cast<int32_t>(Below(rng, 5)), static_cast<int32_t>(Below(rng, 5)), across.source,
-                        down.source};
-            const bool whole = Below(rng, 2) == 0;
-            c.source = whole ? tagLumoSize{across.source, down.source}
-                             : tagLumoSize{across.source + static_cast<uint32_t>(c.region.x) + Below(rng, 3),
-                                           down.source + static_cast<uint32_t>(c.region.y) + Below(rng, 3)};
-            if (whole) c.region.x = c.region.y = 0;
-            c.sourcePadding = Below(rng, 3) == 0 ? Below(rng, 9) : 0;
-            c.destinationPadding = Below(rng, 3) == 0 ? 1 + Below(rng, 7) : 0;
-            c.threads = 1 + Below(rng, 3);
-            c.seed = static_cast<uint32_t>(rng());
-            if (lumo::supersampling::ExactSumsApply(RequestFor(c.bits, c.region, c.destination))) ++taken;
-            lumo::test::ExpectFastMatchesReference(kSuperSampling, c);
-        }
-        // The factor is a rounded double, so a footprint edge can miss its
-        // binary fraction by an ulp and the call then takes the other path;
-        // nearly every drawn case must still qualify (397 of these 400 do).
-        EXPECT_GE(taken, 390);
-    });
+// regions of a larger buffer, for every method: the weights of the
+// interpolating methods are short binary fractions there too.
+TEST_P(BinaryFractionScales, FastMatchesPlain) {
+    std::mt19937 rng(607);
+    int taken = 0;
+    for (int i = 0; i < 400 && !HasFailure(); ++i) {
+        const Sides across = DrawSides(rng);
+        const Sides down = Below(rng, 3) == 0 ? across : DrawSides(rng);
+        DifferentialCase c;
+        c.bits = Below(rng, 2) ? 16 : 8;
+        c.channels = 1 + Below(rng, 4);
+        c.destination = {across.destination, down.destination};
+        c.region = {static_cast<int32_t>(Below(rng, 5)), static_cast<int32_t>(Below(rng, 5)), across.source,
+                    down.source};
+        const bool whole = Below(rng, 2) == 0;
+        c.source = whole ? tagLumoSize{across.source, down.source}
+                         : tagLumoSize{across.source + static_cast<uint32_t>(c.region.x) + Below(rng, 3),
+                                       down.source + static_cast<uint32_t>(c.region.y) + Below(rng, 3)};
+        if (whole) c.region.x = c.region.y = 0;
+        c.sourcePadding = Below(rng, 3) == 0 ? Below(rng, 9) : 0;
+        c.destinationPadding = Below(rng, 3) == 0 ? 1 + Below(rng, 7) : 0;
+        c.threads = 1 + Below(rng, 3);
+        c.seed = static_cast<uint32_t>(rng());
+        taken += ExactSumsApply(c.bits, c.region, c.destination);
+        lumo::test::ExpectFastMatchesPlain(method(), c);
+    }
+    // The factor is a rounded double, so a footprint edge can miss its
+    // binary fraction by an ulp and the call then takes the other path;
+    // nearly every drawn case must still qualify (397 of these 400 do).
+    EXPECT_GE(taken, 390);
 }
 
-// All samples at the top value with footprints near the bound on the sums,
-// where a rounded sum would show as one code value less.
-TEST(SuperSamplingExact, TopValuesNearTheBound) {
-    struct Case {
-        uint32_t bits;
-        tagLumoSize source, destination;
-    };
-    const std::vector<Case> cases = {{8, {256, 256}, {1, 1}}, {16, {128, 128}, {1, 1}}, {16, {181, 90}, {2, 1}},
-                                     {8, {1000, 7}, {16, 7}}, {16, {40, 40}, {16, 16}}};
-    for (const Case& c : cases) {
-        TestImage source = TestImage::Make(c.source.width, c.source.height, 2, c.bits, 1);
-        for (uint32_t y = 0; y < c.source.height; ++y)
-            for (uint32_t x = 0; x < c.source.width; ++x)
-                for (uint32_t ch = 0; ch < 2; ++ch) source.Set(x, y, ch, c.bits == 8 ? 255u : 65535u);
-        TestImage fast = TestImage::Make(c.destination.width, c.destination.height, 2, c.bits);
-        TestImage reference = fast;
-        ASSERT_EQ(lumo::test::Resize(kFast, source, fast), kLumoResultOK);
-        ASSERT_EQ(lumo::test::Resize(kReference, source, reference), kLumoResultOK);
-        EXPECT_EQ(fast.bytes, reference.bytes) << c.source.width << "x" << c.source.height;
-    }
-}
+LUMO_INSTANTIATE_ON_EACH_TARGET(BinaryFractionScales, ::testing::ValuesIn(lumo::kResizeMethods));
 
 }  // namespace

@@ -9,6 +9,7 @@
 #include <vector>
 
 #include "lumomath/LumoMath.h"
+#include "resize/resize_request.h"
 
 namespace lumo::test {
 
@@ -39,12 +40,21 @@ struct TestImage {
         return im;
     }
 
+    /// An image of random samples (see FillRandom).
+    static TestImage Random(uint32_t width, uint32_t height, uint32_t channels, uint32_t bitsPerSample,
+                            uint32_t padding, uint32_t seed) {
+        TestImage im = Make(width, height, channels, bitsPerSample, padding);
+        im.FillRandom(seed);
+        return im;
+    }
+
     tagLumoSize Size() const { return {width, height}; }
     unsigned char* Data() { return bytes.data(); }
     const unsigned char* Data() const { return bytes.data(); }
     unsigned char* Row(uint32_t y) { return bytes.data() + static_cast<size_t>(y) * rowBytes; }
     const unsigned char* Row(uint32_t y) const { return bytes.data() + static_cast<size_t>(y) * rowBytes; }
-    uint32_t SamplesPerRow() const { return width * channels; }
+    SourceView View() const { return {Data(), Size(), rowBytes}; }
+    DestinationView Out() { return {Data(), Size(), rowBytes}; }
 
     uint32_t Get(uint32_t x, uint32_t y, uint32_t c) const {
         const unsigned char* p = Row(y) + (static_cast<size_t>(x) * channels + c) * bytesPerSample;
