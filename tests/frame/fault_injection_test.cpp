@@ -17,6 +17,7 @@
 #include "lumomath/LumoMath.h"
 #include "pool/process_threads.h"
 #include "pool/thread_pool.h"
+#include "frame/resize_methods.h"
 #include "resize/test_image.h"
 
 namespace {
@@ -54,96 +55,68 @@ Injection FailEachAllocationInTurn(const std::function<uint32_t()>& call, uint32
 
 int g_allocationsFailed = 0;  // reported once by the last test of the suite
 
+// Each method at 8 bits on a whole image, 16 bits on a region, and shapes
+// that send averaging through its whole-number and its tabled path. Bilinear
+// and bicubic cannot work without their tables and intermediate rows, so the
+// caller hears of each failure; nearest neighbour and super-sampling only
+// speed up with their tables: without them the pixels are worked out one by
+// one, and the call still gives the same bytes.
 struct ResizeCase {
-    const char* name;
-    LumoScalingMethod method;
     uint32_t bits;
-    bool inRegion;
+    tagLumoSize source;
+    tagLumoRect region;  // width 0: a LumoMathResize call
+    tagLumoSize destination;
 };
 
-// Bilinear and bicubic cannot work without their tables and intermediate rows.
-const ResizeCase kReportingCases[] = {
-    {"BiLinear8", kLumoScalingBiLinear, 8, false},
-    {"BiLinear16Region", kLumoScalingBiLinear, 16, true},
-    {"BiCubic16", kLumoScalingBiCubic, 16, false},
-    {"BiCubic8Region", kLumoScalingBiCubic, 8, true},
+const ResizeCase kResizeCases[] = {
+    {8, {24, 20}, {}, {6, 8}},
+    {16, {13, 11}, {2, 1, 9, 8}, {7, 6}},
+    {16, {23, 17}, {}, {7, 5}},
 };
 
-// Nearest neighbour and super-sampling only speed up with their tables: without
-// them the pixels are worked out one by one, and the call still succeeds.
-const ResizeCase kFallingBackCases[] = {
-    {"Nearest16Region", kLumoScalingNearestNeighbor, 16, true},
-    {"Nearest8", kLumoScalingNearestNeighbor, 8, false},
-    {"SuperSampling8", kLumoScalingSuperSampling, 8, false},
-    {"SuperSampling16Region", kLumoScalingSuperSampling, 16, true},
-};
+class ResizeAllocationFailure : public ::testing::TestWithParam<lumo::ResizeMethod> {};
 
-/// A source, a region and a destination for one case, and the call on them.
-struct ResizeScene {
-    explicit ResizeScene(const ResizeCase& c)
-        : kase(c), source(TestImage::Make(13, 11, 3, c.bits, 1)), expected(TestImage::Make(7, 6, 3, c.bits, 3)) {
-        source.FillRandom(5);
+TEST_P(ResizeAllocationFailure, EveryFailureIsReportedOrWorkedAroundAndNothingIsWritten) {
+    const lumo::ResizeMethod& method = GetParam();
+    for (const ResizeCase& c : kResizeCases) {
+        const TestImage source = TestImage::Random(c.source.width, c.source.height, 3, c.bits, 1, 5);
+        const auto run = [&](TestImage& out) {
+            return c.region.width != 0
+                       ? LumoMathResizeWithRegion(method.id, 3, c.bits, source.Data(), source.Size(), source.rowBytes,
+                                                  c.region, out.Data(), out.Size(), out.rowBytes)
+                       : LumoMathResize(method.id, 3, c.bits, source.Data(), source.Size(), source.rowBytes,
+                                        out.Data(), out.Size(), out.rowBytes);
+        };
+        TestImage expected = TestImage::Make(c.destination.width, c.destination.height, 3, c.bits, 3);
+        ASSERT_EQ(run(expected), kLumoResultOK);
+        TestImage destination = TestImage::Random(c.destination.width, c.destination.height, 3, c.bits, 3, 6);
+        const std::vector<unsigned char> before = destination.bytes;
+        int failed = 0;
+        for (int n = 0; n < 64; ++n) {
+            destination.bytes = before;
+            lumo::testing::FailWorkAllocationsAfter(n);
+            const LumoResult result = run(destination);
+            const int requested = lumo::testing::WorkAllocationCount();
+            lumo::testing::ResetWorkAllocationFailures();
+            if (requested <= n) break;  // nothing failed this time
+            ++failed;
+            if (result == kLumoResultOK) {
+                EXPECT_EQ(destination.bytes, expected.bytes) << "allocation " << n;
+            } else {
+                EXPECT_TRUE(method.reportsKernelResult) << "allocation " << n;
+                EXPECT_EQ(result, kLumoResultNoMemory) << "allocation " << n;
+                EXPECT_EQ(destination.bytes, before) << "written although allocation " << n << " failed";
+            }
+        }
+        EXPECT_GT(failed, 0) << "the fast path takes working memory";
+        EXPECT_EQ(run(destination), kLumoResultOK);
+        EXPECT_EQ(destination.bytes, expected.bytes);
+        g_allocationsFailed += failed;
     }
-    LumoResult Run(TestImage& out) const {
-        const tagLumoRect region{2, 1, 9, 8};
-        return kase.inRegion ? LumoMathResizeWithRegion(kase.method, 3, kase.bits, source.Data(), source.Size(),
-                                                        source.rowBytes, region, out.Data(), out.Size(), out.rowBytes)
-                             : LumoMathResize(kase.method, 3, kase.bits, source.Data(), source.Size(),
-                                              source.rowBytes, out.Data(), out.Size(), out.rowBytes);
-    }
-    TestImage Destination() const {
-        TestImage d = TestImage::Make(7, 6, 3, kase.bits, 3);
-        d.FillRandom(6);
-        return d;
-    }
-
-    ResizeCase kase;
-    TestImage source;
-    TestImage expected;
-};
-
-class ResizeAllocationFailure : public ::testing::TestWithParam<ResizeCase> {};
-
-TEST_P(ResizeAllocationFailure, EveryFailureIsReportedAndWritesNothing) {
-    ResizeScene scene(GetParam());
-    ASSERT_EQ(scene.Run(scene.expected), kLumoResultOK);
-    TestImage destination = scene.Destination();
-    const std::vector<unsigned char> before = destination.bytes;
-
-    const Injection seen = FailEachAllocationInTurn([&] { return scene.Run(destination); }, kLumoResultNoMemory,
-                                                    [&] { return destination.bytes == before; });
-    EXPECT_TRUE(seen.succeeded);
-    EXPECT_GT(seen.failuresSeen, 0);
-    EXPECT_EQ(destination.bytes, scene.expected.bytes) << "the call that finally succeeded differs";
-    g_allocationsFailed += seen.failuresSeen;
 }
 
-INSTANTIATE_TEST_SUITE_P(Methods, ResizeAllocationFailure, ::testing::ValuesIn(kReportingCases),
-                         [](const ::testing::TestParamInfo<ResizeCase>& param) { return param.param.name; });
-
-class ResizeAllocationFallback : public ::testing::TestWithParam<ResizeCase> {};
-
-TEST_P(ResizeAllocationFallback, EveryFailureStillGivesTheSameBytes) {
-    ResizeScene scene(GetParam());
-    ASSERT_EQ(scene.Run(scene.expected), kLumoResultOK);
-    int failed = 0;
-    for (int n = 0; n < 64; ++n) {
-        TestImage destination = scene.Destination();
-        lumo::testing::FailWorkAllocationsAfter(n);
-        const LumoResult result = scene.Run(destination);
-        const int requested = lumo::testing::WorkAllocationCount();
-        lumo::testing::ResetWorkAllocationFailures();
-        EXPECT_EQ(result, kLumoResultOK) << "allocation " << n;
-        EXPECT_EQ(destination.bytes, scene.expected.bytes) << "allocation " << n;
-        if (requested <= n) break;  // nothing failed this time
-        ++failed;
-    }
-    EXPECT_GT(failed, 0) << "the fast path takes working memory";
-    g_allocationsFailed += failed;
-}
-
-INSTANTIATE_TEST_SUITE_P(Methods, ResizeAllocationFallback, ::testing::ValuesIn(kFallingBackCases),
-                         [](const ::testing::TestParamInfo<ResizeCase>& param) { return param.param.name; });
+INSTANTIATE_TEST_SUITE_P(Methods, ResizeAllocationFailure, ::testing::ValuesIn(lumo::kResizeMethods),
+                         [](const ::testing::TestParamInfo<lumo::ResizeMethod>& param) { return param.param.name; });
 
 // Two halvings, so that an earlier intermediate is alive when a later one fails.
 TEST(RegionPathAllocationFailure, EveryFailureIsReportedAndWritesNothing) {

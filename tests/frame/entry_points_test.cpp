@@ -1,6 +1,7 @@
-// What the exported entry points refuse before any pixel is read, and what
-// they keep accepting. Refused calls often claim images far larger than the
-// buffers handed over: a check that let them through would read or write
+// The exported resize entry points: which kernel a call reaches, what is
+// refused before any pixel is read and what keeps being accepted, and the
+// worker pool around a call. Refused calls often claim images far larger than
+// the buffers handed over: a check that let them through would read or write
 // outside those buffers (which the sanitizer builds report) instead of
 // answering 7.
 #include <gtest/gtest.h>
@@ -8,11 +9,51 @@
 #include <cctype>
 #include <cstdint>
 #include <string>
+#include <tuple>
 #include <vector>
 
 #include "lumomath/LumoMath.h"
+#include "pool/thread_pool.h"
+#include "resize/kernel_harness.h"
 
 namespace {
+
+using lumo::test::TestImage;
+
+// ---- Every method reaches its own kernel at each sample width.
+
+class EntryPointRoute : public ::testing::TestWithParam<std::tuple<lumo::ResizeMethod, uint32_t /*bits*/>> {};
+
+// The methods give different samples for this reduction, so an entry point
+// that picked the wrong method or width would not match the kernel. A region
+// that covers the whole source gives the whole-image call's bytes.
+TEST_P(EntryPointRoute, GivesTheFastKernelsOutput) {
+    const auto& [method, bits] = GetParam();
+    const TestImage source = TestImage::Random(9, 7, 3, bits, 4, method.id * 100 + bits);
+    for (const tagLumoRect region : {tagLumoRect{1, 2, 6, 5}, lumo::WholeImage(source.Size())}) {
+        TestImage expected = TestImage::Make(5, 4, 3, bits, 6);
+        TestImage actual = expected;
+        ASSERT_EQ((lumo::test::Kernel{method, false}(source, region, expected)), kLumoResultOK);
+        EXPECT_EQ(LumoMathResizeWithRegion(method.id, 3, bits, source.Data(), source.Size(), source.rowBytes, region,
+                                           actual.Data(), actual.Size(), actual.rowBytes),
+                  kLumoResultOK);
+        EXPECT_EQ(actual.bytes, expected.bytes);
+        if (region.width != source.width) continue;
+        TestImage whole = TestImage::Make(5, 4, 3, bits, 6);
+        EXPECT_EQ(LumoMathResize(method.id, 3, bits, source.Data(), source.Size(), source.rowBytes, whole.Data(),
+                                 whole.Size(), whole.rowBytes),
+                  kLumoResultOK);
+        EXPECT_EQ(whole.bytes, expected.bytes);
+    }
+}
+
+INSTANTIATE_TEST_SUITE_P(AllMethods, EntryPointRoute,
+                         ::testing::Combine(::testing::ValuesIn(lumo::kResizeMethods), ::testing::Values(8u, 16u)),
+                         [](const ::testing::TestParamInfo<EntryPointRoute::ParamType>& p) {
+                             return std::get<0>(p.param).name + std::to_string(std::get<1>(p.param));
+                         });
+
+// ---- What is refused and what is accepted.
 
 constexpr uint32_t kTight = UINT32_MAX;  // rowBytes placeholder: exactly one row
 constexpr size_t kLargestRealBuffer = size_t{1} << 22;
@@ -44,10 +85,13 @@ struct Call {
     bool nullSource;
     bool nullDestination;
     LumoResult expected;
+    bool regionPath = false;  // ResizeWithRegion rather than the exported pair
 };
 
+uint32_t BytesPerSample(uint32_t bits) { return bits <= 8 ? 1 : bits <= 16 ? 2 : bits / 8; }
+
 uint32_t RowBytes(uint32_t given, tagLumoSize size, uint32_t channels, uint32_t bits) {
-    return given != kTight ? given : size.width * channels * (bits == 8 ? 1u : 2u);
+    return given != kTight ? given : size.width * channels * BytesPerSample(bits);
 }
 
 // The bytes an image claims, or a small buffer when it claims more than a
@@ -55,7 +99,7 @@ uint32_t RowBytes(uint32_t given, tagLumoSize size, uint32_t channels, uint32_t 
 size_t BufferBytes(tagLumoSize size, uint32_t rowBytes, uint32_t channels, uint32_t bits) {
     if (size.width == 0 || size.height == 0) return 16;
     // In double: only whether it is small matters, and then it is exact.
-    const double row = static_cast<double>(size.width) * channels * (bits == 8 ? 1 : 2);
+    const double row = static_cast<double>(size.width) * channels * BytesPerSample(bits);
     const double bytes = static_cast<double>(rowBytes) * (size.height - 1) + row;
     return bytes > kLargestRealBuffer ? 64 : static_cast<size_t>(bytes) + 16;
 }
@@ -67,6 +111,10 @@ LumoResult CallEntryPoint(const Call& c, std::vector<unsigned char>& source, std
     destination.assign(BufferBytes(c.destination, destinationRowBytes, c.channels, c.bits), kUntouched);
     const void* in = c.nullSource ? nullptr : source.data();
     void* out = c.nullDestination ? nullptr : destination.data();
+    if (c.regionPath) {
+        return ResizeWithRegion(c.method, c.channels, c.bits, in, c.source, sourceRowBytes, c.region, out,
+                                c.destination, destinationRowBytes);
+    }
     if (c.region.x == kWholeImage.x && c.region.width == 0 && c.region.y == kWholeImage.y) {
         return LumoMathResize(c.method, c.channels, c.bits, in, c.source, sourceRowBytes, out, c.destination,
                               destinationRowBytes);
@@ -134,9 +182,80 @@ const Call kCalls[] = {
      0},
     {"no channels, no buffers", kCubic, 0, 8, {8, 8}, kTight, kWholeImage, {4, 4}, kTight, true, true, 7},
     {"no channels, empty source", kCubic, 0, 8, {0, 8}, kTight, kWholeImage, {4, 4}, kTight, false, false, 7},
+    // Unknown methods, depths and the averaging method's own refusals, in the
+    // order callers have always seen: the reduction test comes before the
+    // depth and compares with the whole source, also for a region.
+    {"method 0", 0, 2, 8, {8, 8}, kTight, kWholeImage, {4, 4}, kTight, false, false, 7},
+    {"method 3 (two methods)", 3, 2, 8, {8, 8}, kTight, {0, 0, 8, 8}, {4, 4}, kTight, false, false, 7},
+    {"method 16", 16, 2, 8, {8, 8}, kTight, kWholeImage, {4, 4}, kTight, false, false, 7},
+    {"nearest, depth 12", kNearest, 2, 12, {8, 8}, kTight, kWholeImage, {4, 4}, kTight, false, false, 7},
+    {"bilinear, depth 12", kLinear, 2, 12, {8, 8}, kTight, {0, 0, 8, 8}, {4, 4}, kTight, false, false, 7},
+    {"bicubic, depth 0", kCubic, 2, 0, {8, 8}, kTight, kWholeImage, {4, 4}, kTight, false, false, 7},
+    {"averaging, depth 12", kAverage, 2, 12, {8, 8}, kTight, kWholeImage, {4, 4}, kTight, false, false, 7},
+    {"averaging to the same size", kAverage, 2, 8, {100, 100}, kTight, kWholeImage, {100, 100}, kTight, false,
+     false, 7},
+    {"averaging, enlarging", kAverage, 2, 16, {100, 100}, kTight, {0, 0, 100, 100}, {200, 200}, kTight, false,
+     false, 7},
+    {"averaging, enlarging at depth 12", kAverage, 2, 12, {8, 8}, kTight, kWholeImage, {9, 9}, kTight, false,
+     false, 7},
+    {"averaging, narrower but taller", kAverage, 2, 8, {100, 100}, kTight, kWholeImage, {50, 200}, kTight, false,
+     false, 0},
+    {"averaging, lower but wider", kAverage, 2, 16, {100, 100}, kTight, {0, 0, 100, 100}, {200, 50}, kTight, false,
+     false, 0},
+    {"averaging a small region of a large source", kAverage, 2, 8, {1000, 1000}, kTight, {0, 0, 10, 10}, {50, 50},
+     kTight, false, false, 0},
+    {"averaging a large region of a small source", kAverage, 2, 8, {40, 40}, kTight, {0, 0, 40, 40}, {50, 50},
+     kTight, false, false, 7},
+    // An empty source gives not-a-number ratios, which pass the reduction test.
+    {"averaging nothing into nothing", kAverage, 1, 8, {0, 0}, kTight, kWholeImage, {0, 0}, kTight, false, false,
+     0},
+    {"averaging nothing into nothing at depth 12", kAverage, 1, 12, {0, 0}, kTight, kWholeImage, {0, 0}, kTight,
+     false, false, 7},
+    {"averaging into rows past 2^31", kAverage, 3, 8, {8, 8}, kTight, kWholeImage, {4, 0x80000000u}, kTight, false,
+     false, 7},
+    {"bicubic into rows past 2^31", kCubic, 2, 8, {3, 3}, kTight, kWholeImage, {4, 0x80000000u}, kTight, false,
+     false, 7},
+    {"empty source into nothing", kLinear, 2, 16, {0, 3}, kTight, kWholeImage, {0, 2}, kTight, false, false, 0},
+    {"nearest enlarging a region", kNearest, 2, 16, {8, 8}, kTight, {2, 2, 4, 4}, {12, 12}, kTight, false, false,
+     0},
+    {"bilinear enlarging a region", kLinear, 2, 8, {8, 8}, kTight, {2, 2, 4, 4}, {12, 12}, kTight, false, false, 0},
+    {"bicubic enlarging a region", kCubic, 2, 16, {8, 8}, kTight, {2, 2, 4, 4}, {12, 12}, kTight, false, false, 0},
     // Earlier refusals keep their code.
     {"unknown method with null buffers", 6, 1, 8, {8, 8}, kTight, kWholeImage, {4, 4}, kTight, true, true, 7},
     {"depth 12 into nothing", kNearest, 1, 12, {8, 8}, kTight, kWholeImage, {0, 0}, kTight, true, true, 7},
+
+    // The single-threaded region path (ResizeWithRegion), with bicubic
+    // interpolation unless said otherwise.
+    {"path: null source", kCubic, 1, 8, {16, 16}, 16, {0, 0, 16, 16}, {4, 4}, kTight, true, false, 7, true},
+    {"path: null destination", kCubic, 1, 16, {16, 16}, 32, {0, 0, 16, 16}, {20, 20}, kTight, false, true, 7, true},
+    {"path: region past the right edge", kCubic, 2, 8, {16, 16}, 32, {10, 0, 8, 8}, {4, 4}, kTight, false, false, 7,
+     true},
+    {"path: region above the source", kCubic, 2, 16, {16, 16}, 64, {0, -1, 8, 8}, {12, 12}, kTight, false, false, 7,
+     true},
+    {"path: source stride short", kCubic, 1, 8, {16, 16}, 15, {0, 0, 16, 16}, {4, 4}, kTight, false, false, 7, true},
+    {"path: source past 4 GiB", kCubic, 1, 8, {70000, 70000}, 70000, {0, 0, 16, 16}, {4, 4}, kTight, false, false, 7,
+     true},
+    // A depth above 16 steps the origin by its own width: rows sized for
+    // 16-bit samples are too short for it.
+    {"path: depth 32 with 16-bit rows", kCubic, 1, 32, {16, 16}, 32, {0, 0, 16, 16}, {4, 4}, kTight, false, false, 7,
+     true},
+    {"path: depth 32 with 32-bit rows", kCubic, 1, 32, {16, 16}, 64, {8, 0, 8, 8}, {2, 2}, kTight, false, false, 0,
+     true},
+    // The depth is answered first when no halving is needed; no channel means no work.
+    {"path: depth 12 without halving, no buffers", kCubic, 1, 12, {16, 16}, 16, {0, 0, 4, 4}, {8, 8}, kTight, true,
+     true, 96, true},
+    {"path: no channels", kCubic, 0, 8, {0x7FFFFFFF, 0x7FFFFFFF}, 0, {0, 0, 0x7FFFFFFF, 0x7FFFFFFF}, {1, 1}, kTight,
+     false, false, 0, true},
+    {"path: no channels, no buffers", kCubic, 0, 8, {16, 16}, 0, {0, 0, 16, 16}, {1, 1}, kTight, true, true, 7, true},
+    {"path: inside, halving", kCubic, 3, 16, {16, 16}, 96, {2, 2, 12, 12}, {3, 3}, kTight, false, false, 0, true},
+    // A zero-sized destination would otherwise halve forever; a zero-sized
+    // region has nothing to sample.
+    {"path: no destination columns", kLinear, 1, 8, {16, 16}, 16, {0, 0, 16, 16}, {0, 4}, 8, false, false, 7, true},
+    {"path: no destination rows", kLinear, 1, 8, {16, 16}, 16, {0, 0, 16, 16}, {4, 0}, 8, false, false, 7, true},
+    {"path: no region columns", kLinear, 1, 8, {16, 16}, 16, {0, 0, 0, 16}, {8, 8}, 8, false, false, 7, true},
+    {"path: no region rows", kLinear, 1, 8, {16, 16}, 16, {0, 0, 16, 0}, {8, 8}, 8, false, false, 7, true},
+    {"path: destination wider than 2^31 - 1", kLinear, 1, 8, {16, 16}, 16, {0, 0, 16, 16}, {0x80000000u, 4}, 8,
+     false, false, 7, true},
 };
 
 class EntryPointBoundary : public ::testing::TestWithParam<Call> {};
@@ -169,60 +288,6 @@ TEST(EntryPointBoundary, NearestRegionOutsideTheSourceRepeatsTheCornerPixel) {
     EXPECT_EQ(destination, std::vector<unsigned char>(10, 13));
 }
 
-// ---- The single-threaded region path.
-
-struct PathCall {
-    const char* what;
-    uint32_t channels;
-    uint32_t bits;
-    tagLumoSize source;
-    uint32_t sourceRowBytes;
-    tagLumoRect region;
-    tagLumoSize destination;
-    bool nullSource;
-    bool nullDestination;
-    LumoResult expected;
-};
-
-const PathCall kPathCalls[] = {
-    {"null source", 1, 8, {16, 16}, 16, {0, 0, 16, 16}, {4, 4}, true, false, 7},
-    {"null destination", 1, 16, {16, 16}, 32, {0, 0, 16, 16}, {20, 20}, false, true, 7},
-    {"region past the right edge", 2, 8, {16, 16}, 32, {10, 0, 8, 8}, {4, 4}, false, false, 7},
-    {"region above the source", 2, 16, {16, 16}, 64, {0, -1, 8, 8}, {12, 12}, false, false, 7},
-    {"source stride short", 1, 8, {16, 16}, 15, {0, 0, 16, 16}, {4, 4}, false, false, 7},
-    {"source past 4 GiB", 1, 8, {70000, 70000}, 70000, {0, 0, 16, 16}, {4, 4}, false, false, 7},
-    // A depth above 16 steps the origin by its own width: rows sized for
-    // 16-bit samples are too short for it.
-    {"depth 32 with 16-bit rows", 1, 32, {16, 16}, 32, {0, 0, 16, 16}, {4, 4}, false, false, 7},
-    {"depth 32 with 32-bit rows", 1, 32, {16, 16}, 64, {8, 0, 8, 8}, {2, 2}, false, false, 0},
-    // The depth is answered first when no halving is needed; no channel means no work.
-    {"depth 12 without halving, no buffers", 1, 12, {16, 16}, 16, {0, 0, 4, 4}, {8, 8}, true, true, 96},
-    {"no channels", 0, 8, {0x7FFFFFFF, 0x7FFFFFFF}, 0, {0, 0, 0x7FFFFFFF, 0x7FFFFFFF}, {1, 1}, false, false, 0},
-    {"no channels, no buffers", 0, 8, {16, 16}, 0, {0, 0, 16, 16}, {1, 1}, true, true, 7},
-    {"inside, halving", 3, 16, {16, 16}, 96, {2, 2, 12, 12}, {3, 3}, false, false, 0},
-};
-
-class RegionPathBoundary : public ::testing::TestWithParam<PathCall> {};
-
-TEST_P(RegionPathBoundary, AnswersAndWritesOnlyOnSuccess) {
-    const PathCall& c = GetParam();
-    const uint64_t sourceBytes = uint64_t{c.sourceRowBytes} * c.source.height;
-    std::vector<unsigned char> source(sourceBytes > kLargestRealBuffer ? 64 : sourceBytes + 16, 0x22);
-    const uint32_t destinationRowBytes = c.destination.width * c.channels * 2;
-    std::vector<unsigned char> destination(size_t{destinationRowBytes} * c.destination.height + 16, kUntouched);
-    EXPECT_EQ(ResizeWithRegion(kLumoScalingBiCubic, c.channels, c.bits, c.nullSource ? nullptr : source.data(),
-                               c.source, c.sourceRowBytes, c.region,
-                               c.nullDestination ? nullptr : destination.data(), c.destination,
-                               destinationRowBytes),
-              c.expected);
-    if (c.expected != kLumoResultOK) {
-        EXPECT_EQ(destination, std::vector<unsigned char>(destination.size(), kUntouched));
-    }
-}
-
-INSTANTIATE_TEST_SUITE_P(Calls, RegionPathBoundary, ::testing::ValuesIn(kPathCalls),
-                         CaseName());
-
 // ---- The transforms: every plane must be reachable by a 32-bit offset.
 
 TEST(TransformBoundary, PlaneOffsetsPast32BitsAreRefused) {
@@ -238,6 +303,33 @@ TEST(TransformBoundary, PlaneOffsetsPast32BitsAreRefused) {
     }
     EXPECT_EQ(c, std::vector<double>(64, -1.0));
     EXPECT_EQ(d, std::vector<double>(64, -1.0));
+}
+
+// ---- The pool around a call (calls that overlap: tests/concurrency).
+
+TEST(EntryPointPool, EachCallHoldsAPoolEvenForAnUnknownMethod) {
+    unsigned char pixel = 0;
+    const uint64_t before = lumo::CLUMThread::constructedCount();
+    EXPECT_EQ(LumoMathResize(0, 1, 8, &pixel, {1, 1}, 1, &pixel, {1, 1}, 1), kLumoResultInvalidParameter);
+    EXPECT_EQ(LumoMathResizeWithRegion(0, 1, 8, &pixel, {1, 1}, 1, {0, 0, 1, 1}, &pixel, {1, 1}, 1),
+              kLumoResultInvalidParameter);
+    // Each call built its own pool: the first one's was gone when the second began.
+    EXPECT_EQ(lumo::CLUMThread::constructedCount() - before, 2u);
+
+    // While someone else holds the pool, a call reuses it.
+    const lumo::PoolHold held = lumo::HoldPool();
+    const uint64_t withHold = lumo::CLUMThread::constructedCount();
+    EXPECT_EQ(LumoMathResize(kLumoScalingNearestNeighbor, 1, 8, &pixel, {1, 1}, 1, &pixel, {1, 1}, 1), kLumoResultOK);
+    EXPECT_EQ(lumo::CLUMThread::constructedCount(), withHold);
+}
+
+TEST(EntryPointLifetime, InitializeAndTerminateDoNothing) {
+    const uint64_t before = lumo::CLUMThread::constructedCount();
+    EXPECT_EQ(LumoMathTerminate(), kLumoResultOK);
+    EXPECT_EQ(LumoMathInitialize(), kLumoResultOK);
+    EXPECT_EQ(LumoMathInitialize(), kLumoResultOK);
+    EXPECT_EQ(LumoMathTerminate(), kLumoResultOK);
+    EXPECT_EQ(lumo::CLUMThread::constructedCount(), before);
 }
 
 }  // namespace
