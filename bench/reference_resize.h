@@ -1,17 +1,14 @@
-// The plain reference kernels, called the way the entry points call the fast
-// ones, so the benchmark can show what the vector paths gain.
+// The plain kernels, called the way the entry points call the fast ones, so
+// the benchmark can show what the vector paths gain.
 #pragma once
 
-#include <cstdint>
-
-#include "lumomath/LumoMath.h"
+#include "frame/resize_methods.h"
 
 namespace lumo::bench {
 
-/// Resizes with the plain reference kernel of `method`; `region` may be null for the whole image.
-LumoResult ReferenceResize(LumoScalingMethod method, uint32_t channels, uint32_t bitsPerSample,
-                           const unsigned char* source, tagLumoSize sourceSize, uint32_t sourceRowBytes,
-                           const tagLumoRect* region, unsigned char* destination, tagLumoSize destinationSize,
-                           uint32_t destinationRowBytes);
+/// Runs the plain kernel of `method` on an admitted request, holding the
+/// worker pool for the whole call as the entry points do, so that a two-pass
+/// kernel starts it once.
+LumoResult PlainResize(const ResizeMethod& method, const ResizeRequest& request);
 
 }  // namespace lumo::bench

@@ -6,8 +6,9 @@
 // run mean anything: every round times all contenders of a row back to back,
 // rounds repeat, and the table reports medians and their ratios.
 //
-// "plain" is the reference kernels, the arithmetic written out loop by loop;
-// its column shows what the fast paths gain, and the last column checks that
+// Every method of the table that admits a workload runs on it. "plain" is
+// each method's plain kernel, the arithmetic written out loop by loop; its
+// column shows what the fast kernels gain, and the last column checks that
 // they still give the same bytes.
 //
 // Usage: lumomath_bench [--rounds N] [--only PREFIX] [--method NAME] [--threads N]
@@ -30,6 +31,8 @@
 #include <hwy/targets.h>
 
 #include "bench/reference_resize.h"
+#include "frame/admission.h"
+#include "frame/resize_methods.h"
 #include "lumomath/LumoMath.h"
 
 namespace {
@@ -81,17 +84,7 @@ struct Workload {
     uint32_t srcW, srcH, channels, depth, dstW, dstH;
     bool region;
     tagLumoRect rect;
-    std::vector<LumoScalingMethod> methods;
 };
-
-const char* MethodName(LumoScalingMethod m) {
-    switch (m) {
-        case kLumoScalingNearestNeighbor: return "nearest";
-        case kLumoScalingBiLinear: return "bilinear";
-        case kLumoScalingBiCubic: return "bicubic";
-        default: return "supersampling";
-    }
-}
 
 int CvInterpolation(LumoScalingMethod m) {
     switch (m) {
@@ -156,19 +149,15 @@ int main(int argc, char** argv) {
     Set_ProcessorNum(static_cast<uint32_t>(threads));
     cv::setNumThreads(threads);
 
-    const std::vector<LumoScalingMethod> all = {kLumoScalingNearestNeighbor, kLumoScalingBiLinear,
-                                                kLumoScalingBiCubic, kLumoScalingSuperSampling};
-    const std::vector<LumoScalingMethod> up = {kLumoScalingNearestNeighbor, kLumoScalingBiLinear,
-                                               kLumoScalingBiCubic};
     const std::vector<Workload> workloads = {
-        {"A 6000x4000 RGB8 -> 1920x1280", 6000, 4000, 3, 8, 1920, 1280, false, {}, all},
-        {"A 6000x4000 RGB16 -> 1920x1280", 6000, 4000, 3, 16, 1920, 1280, false, {}, all},
-        {"B 1920x1280 RGB8 -> 3840x2560", 1920, 1280, 3, 8, 3840, 2560, false, {}, up},
-        {"B 1920x1280 RGB16 -> 3840x2560", 1920, 1280, 3, 16, 3840, 2560, false, {}, up},
-        {"C 6000x4000 RGBA8 -> 640x427", 6000, 4000, 4, 8, 640, 427, false, {}, all},
+        {"A 6000x4000 RGB8 -> 1920x1280", 6000, 4000, 3, 8, 1920, 1280, false, {}},
+        {"A 6000x4000 RGB16 -> 1920x1280", 6000, 4000, 3, 16, 1920, 1280, false, {}},
+        {"B 1920x1280 RGB8 -> 3840x2560", 1920, 1280, 3, 8, 3840, 2560, false, {}},
+        {"B 1920x1280 RGB16 -> 3840x2560", 1920, 1280, 3, 16, 3840, 2560, false, {}},
+        {"C 6000x4000 RGBA8 -> 640x427", 6000, 4000, 4, 8, 640, 427, false, {}},
         {"D region 2000x1500@(1000,800) RGB8 -> 1000x750", 6000, 4000, 3, 8, 1000, 750, true,
-         {1000, 800, 2000, 1500}, all},
-        {"E 256x256 RGB8 -> 128x128", 256, 256, 3, 8, 128, 128, false, {}, all},
+         {1000, 800, 2000, 1500}},
+        {"E 256x256 RGB8 -> 128x128", 256, 256, 3, 8, 128, 128, false, {}},
     };
 
     std::vector<Row> rows;
@@ -194,8 +183,13 @@ int main(int argc, char** argv) {
         const unsigned char* floorSrc =
             w.region ? src.bytes.data() + static_cast<size_t>(w.rect.y) * src.rowBytes : src.bytes.data();
 
-        for (LumoScalingMethod m : w.methods) {
-            if (!onlyMethod.empty() && onlyMethod != MethodName(m)) continue;
+        for (const lumo::ResizeMethod& method : lumo::kResizeMethods) {
+            if (!onlyMethod.empty() && onlyMethod != method.name) continue;
+            const LumoScalingMethod m = method.id;
+            const lumo::ResizeRequest plainRequest{
+                w.channels, w.depth / 8, {src.bytes.data(), src.Size(), src.rowBytes},
+                w.region ? w.rect : lumo::WholeImage(src.Size()), {refDst.bytes.data(), refDst.Size(), refDst.rowBytes}};
+            if (lumo::AdmitResize(m, w.depth, plainRequest) != lumo::Admission::Proceed) continue;
             const std::function<void()> contenders[4] = {
                 [&] {
                     for (int i = 0; i < calls; ++i) {
@@ -212,10 +206,7 @@ int main(int argc, char** argv) {
                     }
                 },
                 [&] {
-                    for (int i = 0; i < calls; ++i)
-                        lumo::bench::ReferenceResize(m, w.channels, w.depth, src.bytes.data(), src.Size(),
-                                                     src.rowBytes, w.region ? &w.rect : nullptr, refDst.bytes.data(),
-                                                     refDst.Size(), refDst.rowBytes);
+                    for (int i = 0; i < calls; ++i) lumo::bench::PlainResize(method, plainRequest);
                 },
                 [&] {
                     for (int i = 0; i < calls; ++i)
@@ -238,7 +229,7 @@ int main(int argc, char** argv) {
                 }
                 if (r == 0) same = dst.bytes == refDst.bytes;
             }
-            rows.push_back({w.name, MethodName(m), Median(times[0]), Median(times[1]), Median(times[2]),
+            rows.push_back({w.name, method.name, Median(times[0]), Median(times[1]), Median(times[2]),
                             Median(times[3]), same});
             const Row& row = rows.back();
             std::fprintf(stderr, "%-48s %-14s ours %9.3f ms  plain %9.3f ms  opencv %9.3f ms  floor %8.3f ms%s\n",
