@@ -12,8 +12,10 @@
 #include <functional>
 #include <iterator>
 #include <thread>
+#include <utility>
 #include <vector>
 
+#include "frame/resize_methods.h"
 #include "lumomath/LumoMath.h"
 #include "pool/process_threads.h"
 #include "pool/thread_pool.h"
@@ -46,7 +48,7 @@ public:
     Sources() : m_8(TestImage::Make(29, 23, 3, 8, 5)), m_16(TestImage::Make(29, 23, 3, 16, 2)) {
         m_8.FillRandom(81);
         m_16.FillRandom(161);
-        m_re.resize(2 * 8 * 8);
+        m_re.resize(2 * 16 * 8);
         m_im.resize(m_re.size());
         for (size_t i = 0; i < m_re.size(); ++i) {
             m_re[i] = static_cast<double>((i * 37) % 11) - 5.0;
@@ -59,8 +61,8 @@ public:
         const tagLumoSize sizes[] = {{17, 13}, {41, 9}, {12, 30}};
         const tagLumoRect region{3, 4, 21, 15};
         int k = 0;
-        for (const LumoScalingMethod method : {kLumoScalingNearestNeighbor, kLumoScalingBiLinear, kLumoScalingBiCubic,
-                                               kLumoScalingSuperSampling}) {
+        for (const lumo::ResizeMethod& m : lumo::kResizeMethods) {
+            const LumoScalingMethod method = m.id;
             for (const TestImage* source : {&m_8, &m_16}) {
                 for (const bool inRegion : {false, true}) {
                     const tagLumoSize size = sizes[k++ % 3];
@@ -86,14 +88,18 @@ public:
             });
         }
         using Fn = int32_t (*)(const double*, const double*, double*, double*, int32_t, int32_t, int32_t);
+        // Each conversion plans its own transform, so the planner is entered
+        // concurrently too.
         for (const Fn fn : {LumoMathConvertOtfFromPsf, LumoMathConvertPsfFromOtf, LumoMathConvertOtfFromPsf_D,
                             LumoMathConvertPsfFromOtf_D}) {
-            jobs.push_back([this, fn](std::vector<unsigned char>& out) {
-                std::vector<double> re(m_re.size()), im(m_im.size());
-                const int32_t result = fn(m_re.data(), m_im.data(), re.data(), im.data(), 8, 8, 2);
-                out = AsBytes(re, im);
-                return static_cast<uint32_t>(result);
-            });
+            for (const auto& [w, h] : {std::pair{8, 8}, std::pair{6, 5}, std::pair{16, 4}}) {
+                jobs.push_back([this, fn, w = w, h = h](std::vector<unsigned char>& out) {
+                    std::vector<double> re(static_cast<size_t>(2 * w * h)), im(re.size());
+                    const int32_t result = fn(m_re.data(), m_im.data(), re.data(), im.data(), w, h, 2);
+                    out = AsBytes(re, im);
+                    return static_cast<uint32_t>(result);
+                });
+            }
         }
         return jobs;
     }

@@ -244,6 +244,8 @@ const Call kCalls[] = {
     // The depth is answered first when no halving is needed; no channel means no work.
     {"path: depth 12 without halving, no buffers", kCubic, 1, 12, {16, 16}, 16, {0, 0, 4, 4}, {8, 8}, kTight, true,
      true, 96, true},
+    {"path: depth 12 without halving", kCubic, 3, 12, {64, 48}, kTight, {0, 0, 64, 48}, {80, 60}, kTight, false,
+     false, 96, true},
     {"path: no channels", kCubic, 0, 8, {0x7FFFFFFF, 0x7FFFFFFF}, 0, {0, 0, 0x7FFFFFFF, 0x7FFFFFFF}, {1, 1}, kTight,
      false, false, 0, true},
     {"path: no channels, no buffers", kCubic, 0, 8, {16, 16}, 0, {0, 0, 16, 16}, {1, 1}, kTight, true, true, 7, true},

@@ -1,8 +1,9 @@
 // Every exported call that takes working memory, made to fail its first,
 // second, ... allocation in turn until it succeeds: each failure must give
 // the call's out-of-memory code, leave the destination as it was and free
-// whatever was obtained (the sanitizer build's leak check sees the rest).
-// The loop does not assume how many allocations a call makes.
+// whatever was obtained (the sanitizer build's leak check sees the rest), or
+// be worked around without changing a byte. The loop does not assume how
+// many allocations a call makes.
 //
 // A worker thread that cannot be started is answered the same way.
 #include <gtest/gtest.h>
@@ -14,46 +15,44 @@
 #include <vector>
 
 #include "common/work_memory.h"
+#include "frame/resize_methods.h"
 #include "lumomath/LumoMath.h"
 #include "pool/process_threads.h"
 #include "pool/thread_pool.h"
-#include "frame/resize_methods.h"
 #include "resize/test_image.h"
 
 namespace {
 
 using lumo::test::TestImage;
 
-struct Injection {
-    int failuresSeen = 0;
-    bool succeeded = false;
-};
+int g_allocationsFailed = 0;  // reported once by the last test of the suite
 
-// Runs `call` with the n-th working allocation failing, n = 0, 1, 2, ...
-// After each failing run `intact` must hold; the first run that reports
-// success ends the loop.
-Injection FailEachAllocationInTurn(const std::function<uint32_t()>& call, uint32_t failureCode,
-                                   const std::function<bool()>& intact) {
-    Injection seen;
+// Runs `call` with its n-th working allocation failing, n = 0, 1, 2, ...,
+// until a run asks for no more than n, which must succeed with the
+// unhindered call's output (`finished`). A run in which an allocation failed
+// must answer `failureCode` and leave the output `intact`, or, where
+// `failureCode` is 0 (work without the failed block), give that output too.
+// Returns the number of runs in which an allocation failed.
+int FailEachAllocationInTurn(const std::function<uint32_t()>& call, uint32_t failureCode,
+                             const std::function<bool()>& intact, const std::function<bool()>& finished) {
+    int failed = 0;
     for (int n = 0; n < 64; ++n) {
         lumo::testing::FailWorkAllocationsAfter(n);
         const uint32_t result = call();
         const int requested = lumo::testing::WorkAllocationCount();
         lumo::testing::ResetWorkAllocationFailures();
-        if (result == kLumoResultOK) {
-            seen.succeeded = true;
-            // Success with fewer requests than were allowed: nothing failed.
-            EXPECT_LE(requested, n) << "a call succeeded although its allocation " << n << " failed";
+        if (requested <= n) {  // nothing failed this time
+            EXPECT_EQ(result, kLumoResultOK);
+            EXPECT_TRUE(finished()) << "the call that finally succeeded differs";
             break;
         }
+        ++failed;
         EXPECT_EQ(result, failureCode) << "allocation " << n;
-        EXPECT_TRUE(intact()) << "written although allocation " << n << " failed";
-        ++seen.failuresSeen;
+        EXPECT_TRUE(result == kLumoResultOK ? finished() : intact()) << "allocation " << n;
     }
-    return seen;
+    g_allocationsFailed += failed;
+    return failed;
 }
-
-int g_allocationsFailed = 0;  // reported once by the last test of the suite
 
 // Each method at 8 bits on a whole image, 16 bits on a region, and shapes
 // that send averaging through its whole-number and its tabled path. Bilinear
@@ -91,27 +90,12 @@ TEST_P(ResizeAllocationFailure, EveryFailureIsReportedOrWorkedAroundAndNothingIs
         ASSERT_EQ(run(expected), kLumoResultOK);
         TestImage destination = TestImage::Random(c.destination.width, c.destination.height, 3, c.bits, 3, 6);
         const std::vector<unsigned char> before = destination.bytes;
-        int failed = 0;
-        for (int n = 0; n < 64; ++n) {
-            destination.bytes = before;
-            lumo::testing::FailWorkAllocationsAfter(n);
-            const LumoResult result = run(destination);
-            const int requested = lumo::testing::WorkAllocationCount();
-            lumo::testing::ResetWorkAllocationFailures();
-            if (requested <= n) break;  // nothing failed this time
-            ++failed;
-            if (result == kLumoResultOK) {
-                EXPECT_EQ(destination.bytes, expected.bytes) << "allocation " << n;
-            } else {
-                EXPECT_TRUE(method.reportsKernelResult) << "allocation " << n;
-                EXPECT_EQ(result, kLumoResultNoMemory) << "allocation " << n;
-                EXPECT_EQ(destination.bytes, before) << "written although allocation " << n << " failed";
-            }
-        }
-        EXPECT_GT(failed, 0) << "the fast path takes working memory";
-        EXPECT_EQ(run(destination), kLumoResultOK);
-        EXPECT_EQ(destination.bytes, expected.bytes);
-        g_allocationsFailed += failed;
+        EXPECT_GT(FailEachAllocationInTurn([&] { destination.bytes = before; return run(destination); },
+                                           method.reportsKernelResult ? kLumoResultNoMemory : kLumoResultOK,
+                                           [&] { return destination.bytes == before; },
+                                           [&] { return destination.bytes == expected.bytes; }),
+                  0)
+            << "the fast path takes working memory";
     }
 }
 
@@ -121,23 +105,21 @@ INSTANTIATE_TEST_SUITE_P(Methods, ResizeAllocationFailure, ::testing::ValuesIn(l
 // Two halvings, so that an earlier intermediate is alive when a later one fails.
 TEST(RegionPathAllocationFailure, EveryFailureIsReportedAndWritesNothing) {
     for (const uint32_t bits : {8u, 16u}) {
-        TestImage source = TestImage::Make(40, 30, 2, bits, 2);
-        source.FillRandom(bits);
+        const TestImage source = TestImage::Random(40, 30, 2, bits, 2, bits);
         const tagLumoRect region{3, 2, 35, 27};
         TestImage expected = TestImage::Make(7, 5, 2, bits, 1);
-        TestImage destination = TestImage::Make(7, 5, 2, bits, 1);
+        TestImage destination = TestImage::Random(7, 5, 2, bits, 1, 3);
         const std::vector<unsigned char> before = destination.bytes;
         const auto run = [&](TestImage& out) {
             return ResizeWithRegion(kLumoScalingBiLinear, 2, bits, source.Data(), source.Size(), source.rowBytes,
                                     region, out.Data(), out.Size(), out.rowBytes);
         };
         ASSERT_EQ(run(expected), kLumoResultOK);
-        const Injection seen = FailEachAllocationInTurn([&] { return run(destination); }, kLumoResultRegionNoMemory,
-                                                        [&] { return destination.bytes == before; });
-        EXPECT_TRUE(seen.succeeded);
-        EXPECT_GE(seen.failuresSeen, 2) << "both halvings allocate";
-        EXPECT_EQ(destination.bytes, expected.bytes);
-        g_allocationsFailed += seen.failuresSeen;
+        EXPECT_GE(FailEachAllocationInTurn([&] { destination.bytes = before; return run(destination); },
+                                           kLumoResultRegionNoMemory, [&] { return destination.bytes == before; },
+                                           [&] { return destination.bytes == expected.bytes; }),
+                  2)
+            << "both halvings allocate";
     }
 }
 
@@ -154,21 +136,18 @@ TEST(TransformAllocationFailure, EveryFailureIsReportedAndWritesNothing) {
     for (const Fn fn : conversions) {
         std::vector<double> expectedRe(inRe.size()), expectedIm(inRe.size());
         ASSERT_EQ(fn(inRe.data(), inIm.data(), expectedRe.data(), expectedIm.data(), kWidth, kHeight, kCount), 0);
-        std::vector<double> outRe(inRe.size(), 9.5), outIm(inRe.size(), 9.5);
-        const Injection seen = FailEachAllocationInTurn(
-            [&] {
-                return static_cast<uint32_t>(
-                    fn(inRe.data(), inIm.data(), outRe.data(), outIm.data(), kWidth, kHeight, kCount));
-            },
-            kLumoResultNoMemory,
-            [&] {
-                return outRe == std::vector<double>(inRe.size(), 9.5) && outIm == std::vector<double>(inRe.size(), 9.5);
-            });
-        EXPECT_TRUE(seen.succeeded);
-        EXPECT_GE(seen.failuresSeen, 2) << "real and imaginary work arrays";
-        EXPECT_EQ(outRe, expectedRe);
-        EXPECT_EQ(outIm, expectedIm);
-        g_allocationsFailed += seen.failuresSeen;
+        const std::vector<double> untouched(inRe.size(), 9.5);
+        std::vector<double> outRe, outIm;
+        EXPECT_GE(FailEachAllocationInTurn(
+                      [&] {
+                          outRe = outIm = untouched;
+                          return static_cast<uint32_t>(
+                              fn(inRe.data(), inIm.data(), outRe.data(), outIm.data(), kWidth, kHeight, kCount));
+                      },
+                      kLumoResultNoMemory, [&] { return outRe == untouched && outIm == untouched; },
+                      [&] { return outRe == expectedRe && outIm == expectedIm; }),
+                  2)
+            << "real and imaginary work arrays";
     }
 }
 
