@@ -5,7 +5,6 @@
 #include <array>
 #include <cmath>
 #include <cstdint>
-#include <limits>
 #include <vector>
 
 #include <gtest/gtest.h>
@@ -141,37 +140,14 @@ TEST_P(WorkedImage, GivesTheSamplesWorkedOutByHand) {
 
 INSTANTIATE_TEST_SUITE_P(Examples, WorkedImage, ::testing::ValuesIn(kWorked), lumo::test::CaseName());
 
-// ---- Nearest neighbour over any number of channels ----------------------------------------------
-
-class NearestOnChannels : public ::testing::TestWithParam<std::tuple<uint32_t /*bits*/, uint32_t /*channels*/>> {
-protected:
-    const TestImage source = TestImage::Random(6, 5, std::get<1>(GetParam()), std::get<0>(GetParam()), 0, 5);
-    TestImage Destination(tagLumoSize size) const {
-        return TestImage::Make(size.width, size.height, source.channels, lumo::test::BitsOf(source), 7);
-    }
-    const lumo::ResizeMethod& nearest = *lumo::FindResizeMethod(kNearest);
-};
-
-TEST_P(NearestOnChannels, IntegerEnlargementRepeatsEveryPixel) {
-    for (const bool plain : {false, true}) {
-        for (const uint32_t k : {2u, 3u}) {
-            TestImage destination = Destination({6 * k, 5 * k});
-            ASSERT_EQ((Kernel{nearest, plain}(source, destination)), kLumoResultOK);
-            for (uint32_t y = 0; y < destination.height; ++y)
-                for (uint32_t x = 0; x < destination.width; ++x)
-                    for (uint32_t c = 0; c < source.channels; ++c)
-                        ASSERT_EQ(destination.Get(x, y, c), source.Get(x / k, y / k, c)) << k << ": " << x << "," << y;
-            EXPECT_TRUE(destination.PaddingIntact());
-        }
-    }
-}
+// ---- Nearest neighbour: regions over the edge -------------------------------------------------
 
 // At factor 1 the mapping is exact, so every output pixel is the region pixel
 // under it, clamped to the whole source: regions hanging over any edge repeat
 // that edge. The source rows are not padded, so its block ends at its last
 // sample and a read beyond the source faults under ASan.
-TEST_P(NearestOnChannels, RegionsOverTheEdgeRepeatTheEdge) {
-    const tagLumoRect regions[] = {
+TEST(NearestRegion, OverTheEdgeRepeatsTheEdge) {
+    const tagLumoRect kRegions[] = {
         {3, 2, 6, 6},    // past the right and bottom edges
         {-2, -3, 5, 4},  // negative origin
         {-1, 1, 9, 2},   // wider than the source on both sides
@@ -179,24 +155,28 @@ TEST_P(NearestOnChannels, RegionsOverTheEdgeRepeatTheEdge) {
         {-5, -5, 3, 3},  // entirely above and left of the source
         {8, 7, 2, 2},    // entirely below and right of the source
     };
-    for (const bool plain : {false, true}) {
-        for (const tagLumoRect& r : regions) {
-            TestImage destination = Destination({r.width, r.height});
-            ASSERT_EQ((Kernel{nearest, plain}(source, r, destination)), kLumoResultOK);
-            for (uint32_t y = 0; y < r.height; ++y)
-                for (uint32_t x = 0; x < r.width; ++x)
-                    for (uint32_t c = 0; c < source.channels; ++c)
-                        ASSERT_EQ(destination.Get(x, y, c),
-                                  source.Get(static_cast<uint32_t>(std::clamp<int32_t>(r.x + static_cast<int32_t>(x), 0, 5)),
-                                             static_cast<uint32_t>(std::clamp<int32_t>(r.y + static_cast<int32_t>(y), 0, 4)), c))
-                            << "region " << r.x << "," << r.y << " at " << x << "," << y;
-            EXPECT_TRUE(destination.PaddingIntact());
-        }
-    }
+    const auto clamped = [](int32_t at, uint32_t length) {
+        return static_cast<uint32_t>(std::clamp<int32_t>(at, 0, static_cast<int32_t>(length) - 1));
+    };
+    for (const bool plain : {false, true})
+        for (const uint32_t bits : {8u, 16u})
+            for (const uint32_t channels : {1u, 3u, 6u}) {
+                const TestImage source = TestImage::Random(6, 5, channels, bits, 0, channels);
+                for (const tagLumoRect& r : kRegions) {
+                    TestImage destination = TestImage::Make(r.width, r.height, channels, bits, 7);
+                    ASSERT_EQ((Kernel{*lumo::FindResizeMethod(kNearest), plain}(source, r, destination)), kLumoResultOK);
+                    for (uint32_t y = 0; y < r.height; ++y)
+                        for (uint32_t x = 0; x < r.width; ++x)
+                            for (uint32_t c = 0; c < channels; ++c)
+                                ASSERT_EQ(destination.Get(x, y, c),
+                                          source.Get(clamped(r.x + static_cast<int32_t>(x), 6),
+                                                     clamped(r.y + static_cast<int32_t>(y), 5), c))
+                                    << plain << " " << bits << " " << channels << ": region " << r.x << "," << r.y
+                                    << " at " << x << "," << y;
+                    EXPECT_TRUE(destination.PaddingIntact());
+                }
+            }
 }
-
-INSTANTIATE_TEST_SUITE_P(AllWidths, NearestOnChannels,
-                         ::testing::Combine(::testing::Values(8u, 16u), ::testing::Range(1u, 7u)));
 
 // ---- Averaging: integer reductions are plain block means ----------------------------------------
 
@@ -260,28 +240,17 @@ TEST(LinearTaps, IndicesAndWeights) {
     }
 }
 
-struct FilterCase {
-    double distance;
-    double weight;
-};
-
-class CubicFilter : public ::testing::TestWithParam<FilterCase> {};
-
-TEST_P(CubicFilter, GivesTheReferenceWeightOnBothSides) {
-    const FilterCase c = GetParam();
-    for (const double x : {c.distance, -c.distance}) {
-        EXPECT_EQ(lumo::cubicFilter(x), c.weight) << "x = " << x;
-        EXPECT_EQ(std::signbit(lumo::cubicFilter(x)), std::signbit(c.weight)) << "x = " << x;
+TEST(CubicFilter, GivesTheReferenceWeightOnBothSides) {
+    const double kWeights[][2] = {{0.0, 1.0},        {0.25, 0.8203125},   {0.5, 0.5625},     {0.75, 0.2734375},
+                                  {1.0, -0.0},       {1.25, -0.0703125},  {1.5, -0.0625},    {1.75, -0.0234375},
+                                  {2.0, 0.0},        {2.5, 0.0},          {INFINITY, 0.0},   {NAN, 0.0}};
+    for (const auto& [distance, weight] : kWeights) {
+        for (const double x : {distance, -distance}) {
+            EXPECT_EQ(lumo::cubicFilter(x), weight) << "x = " << x;
+            EXPECT_EQ(std::signbit(lumo::cubicFilter(x)), std::signbit(weight)) << "x = " << x;
+        }
     }
 }
-
-INSTANTIATE_TEST_SUITE_P(
-    ReferenceValues, CubicFilter,
-    ::testing::Values(FilterCase{0.0, 1.0}, FilterCase{0.25, 0.8203125}, FilterCase{0.5, 0.5625},
-                      FilterCase{0.75, 0.2734375}, FilterCase{1.0, -0.0}, FilterCase{1.25, -0.0703125},
-                      FilterCase{1.5, -0.0625}, FilterCase{1.75, -0.0234375}, FilterCase{2.0, 0.0},
-                      FilterCase{2.5, 0.0}, FilterCase{std::numeric_limits<double>::infinity(), 0.0},
-                      FilterCase{std::numeric_limits<double>::quiet_NaN(), 0.0}));
 
 struct TapRow {
     std::array<uint32_t, 4> taps;
@@ -310,31 +279,26 @@ TEST_P(CubicTaps, StartByTruncationClampToTheEdgesAndNormalise) {
     }
 }
 
-INSTANTIATE_TEST_SUITE_P(
-    Tables, CubicTaps,
-    ::testing::Values(
-        CubicTapsCase{"Enlarge4To8",
-                      8,
-                      4,
-                      {{{0, 0, 1, 2}, {0.2734375, 0.8203125, -0.0703125, 0.0}, 1.0234375},
-                       {{0, 1, 2, 3}, {0.8203125, 0.2734375, -0.0234375, 0.0}, 1.0703125},
-                       {{0, 1, 2, 3}, {0.2734375, 0.8203125, -0.0703125, 0.0}, 1.0234375},
-                       {{0, 1, 2, 3}, {-0.0703125, 0.8203125, 0.2734375, -0.0234375}, 1.0},
-                       {{0, 1, 2, 3}, {-0.0234375, 0.2734375, 0.8203125, -0.0703125}, 1.0},
-                       {{1, 2, 3, 3}, {-0.0703125, 0.8203125, 0.2734375, -0.0234375}, 1.0},
-                       {{1, 2, 3, 3}, {-0.0234375, 0.2734375, 0.8203125, -0.0703125}, 1.0},
-                       {{2, 3, 3, 3}, {-0.0703125, 0.8203125, 0.2734375, -0.0234375}, 1.0}}},
-        CubicTapsCase{"Reduce4To2",
-                      2,
-                      4,
-                      {{{0, 1, 2, 3}, {0.5625, 0.5625, -0.0625, 0.0}, 1.0625},
-                       {{1, 2, 3, 3}, {-0.0625, 0.5625, 0.5625, -0.0625}, 1.0}}},
-        CubicTapsCase{"Identity3",
-                      3,
-                      3,
-                      {{{0, 0, 1, 2}, {0.0, 1.0, 0.0, 0.0}, 1.0},
-                       {{0, 1, 2, 2}, {0.0, 1.0, 0.0, 0.0}, 1.0},
-                       {{1, 2, 2, 2}, {0.0, 1.0, 0.0, 0.0}, 1.0}}}),
-    lumo::test::CaseName());
+// The filter at distances 0.25, 0.75, 1.25 and 1.75.
+constexpr double kAt025 = 0.8203125, kAt075 = 0.2734375, kAt125 = -0.0703125, kAt175 = -0.0234375;
+
+INSTANTIATE_TEST_SUITE_P(Tables, CubicTaps,
+                         ::testing::Values(CubicTapsCase{"Enlarge4To8", 8, 4,
+                                                         {{{0, 0, 1, 2}, {kAt075, kAt025, kAt125, 0.0}, 1.0234375},
+                                                          {{0, 1, 2, 3}, {kAt025, kAt075, kAt175, 0.0}, 1.0703125},
+                                                          {{0, 1, 2, 3}, {kAt075, kAt025, kAt125, 0.0}, 1.0234375},
+                                                          {{0, 1, 2, 3}, {kAt125, kAt025, kAt075, kAt175}, 1.0},
+                                                          {{0, 1, 2, 3}, {kAt175, kAt075, kAt025, kAt125}, 1.0},
+                                                          {{1, 2, 3, 3}, {kAt125, kAt025, kAt075, kAt175}, 1.0},
+                                                          {{1, 2, 3, 3}, {kAt175, kAt075, kAt025, kAt125}, 1.0},
+                                                          {{2, 3, 3, 3}, {kAt125, kAt025, kAt075, kAt175}, 1.0}}},
+                                           CubicTapsCase{"Reduce4To2", 2, 4,
+                                                         {{{0, 1, 2, 3}, {0.5625, 0.5625, -0.0625, 0.0}, 1.0625},
+                                                          {{1, 2, 3, 3}, {-0.0625, 0.5625, 0.5625, -0.0625}, 1.0}}},
+                                           CubicTapsCase{"Identity3", 3, 3,
+                                                         {{{0, 0, 1, 2}, {0.0, 1.0, 0.0, 0.0}, 1.0},
+                                                          {{0, 1, 2, 2}, {0.0, 1.0, 0.0, 0.0}, 1.0},
+                                                          {{1, 2, 2, 2}, {0.0, 1.0, 0.0, 0.0}, 1.0}}}),
+                         lumo::test::CaseName());
 
 }  // namespace
