@@ -10,7 +10,8 @@ int RunInfo(const Args& args) {
     const Arguments a = ParseArguments(args, {}, {});
     if (a.help) {
         std::fputs("usage: lumomath info\n\nPrints the library's version, the worker threads its pool would use,\n"
-                   "the processor's vector extensions and the FFT back end.\n",
+                   "the processor's vector extensions, the vector code the kernels run (see\n"
+                   "LUMOMATH_TARGET in the README) and the FFT back end.\n",
                    stdout);
         return 0;
     }
@@ -21,6 +22,7 @@ int RunInfo(const Args& args) {
     std::printf("processor:        SSE3 %s, SSSE3 %s, SSE4.1 %s, SSE4.2 %s, AVX %s, AVX2 %s\n", yes(LumoCanUseSSE3()),
                 yes(LumoCanUseSSSE3()), yes(LumoCanUseSSE4_1()), yes(LumoCanUseSSE4_2()), yes(LumoCanUseAVX()),
                 yes(LumoCanUseAVX2()));
+    std::printf("kernels:          %s\n", LumoMathKernelTarget());
     std::printf("FFT back end:     %s\n", LUMOMATH_FFT_BACKEND);
     return 0;
 }

@@ -430,6 +430,27 @@ LUMO_API bool LumoCanUseSSE4_2(void);
 LUMO_API bool LumoCanUseAVX(void);
 LUMO_API bool LumoCanUseAVX2(void);
 
+/**
+ * Which vector code runs, as text for diagnostics: the instruction-set target
+ * picked for this processor ("AVX2", "AVX3", "NEON", "SCALAR", ...) and what
+ * the environment variable LUMOMATH_TARGET made of it. That variable, read
+ * once per process at the library's first use, is for triage in the field:
+ *   unset or empty  the best target this processor runs ("AVX3");
+ *   "plain"         the plain reference resize kernels, and the plainest
+ *                   target for vector code that has no plain twin
+ *                   ("plain kernels, other vector code on SCALAR (forced by
+ *                   LUMOMATH_TARGET)");
+ *   a target name   that target, in any letter case, when the library was
+ *                   built with it and the processor runs it ("SSE4 (forced
+ *                   by LUMOMATH_TARGET)"); any other value is ignored and
+ *                   says why ("AVX3 (LUMOMATH_TARGET=bogus ignored: no such
+ *                   target)").
+ * Forcing affects the library alone, never a host's own use of the same
+ * vector library. The text is static, the same on every call (never free
+ * it); safe from any thread.
+ */
+LUMO_API const char* LumoMathKernelTarget(void);
+
 /** 41 (kLumoResultAccessDenied) for EPERM (1) and EACCES (13); `fallback` otherwise. */
 LUMO_API uint32_t ConvertUnixErrorToLumoError(int32_t error, uint32_t fallback);
 

@@ -36,6 +36,7 @@
 #include "common/work_memory.h"
 #include "platform/fft.h"
 #include "platform/fft_builtin_plan.h"
+#include "platform/kernel_choice.h"
 
 #undef HWY_TARGET_INCLUDE
 #define HWY_TARGET_INCLUDE "platform/fft_builtin.cpp"
@@ -263,8 +264,8 @@ constexpr size_t kStripBytes = 256;
 constexpr size_t kBlockRows = 8;
 
 /// The chosen target's transform and lane count, for Real.
-void Choose(Layout<float>* p) { HWY_DYNAMIC_DISPATCH(ChooseFloat)(p); }
-void Choose(Layout<double>* p) { HWY_DYNAMIC_DISPATCH(ChooseDouble)(p); }
+void Choose(Layout<float>* p) { LUMO_DYNAMIC_DISPATCH(ChooseFloat)(p); }
+void Choose(Layout<double>* p) { LUMO_DYNAMIC_DISPATCH(ChooseDouble)(p); }
 
 uint64_t RoundUp(uint64_t bytes) { return (bytes + kAlign - 1) / kAlign * kAlign; }
 

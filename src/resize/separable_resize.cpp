@@ -36,6 +36,7 @@
 #include <limits>
 #include <optional>
 
+#include "platform/kernel_choice.h"
 #include "pool/thread_pool.h"
 #include "resize/halving_row.h"
 #include "resize/sample_access.h"
@@ -513,17 +514,17 @@ void ChooseTarget() {
 template <class T, uint32_t Taps>
 ResampleRowFn<T> ChosenResampleRow() {
     if constexpr (sizeof(T) == 1) {
-        return Taps == 2 ? &HWY_DYNAMIC_DISPATCH(ResampleRow8x2) : &HWY_DYNAMIC_DISPATCH(ResampleRow8x4);
+        return Taps == 2 ? &LUMO_DYNAMIC_DISPATCH(ResampleRow8x2) : &LUMO_DYNAMIC_DISPATCH(ResampleRow8x4);
     } else {
-        return Taps == 2 ? &HWY_DYNAMIC_DISPATCH(ResampleRow16x2) : &HWY_DYNAMIC_DISPATCH(ResampleRow16x4);
+        return Taps == 2 ? &LUMO_DYNAMIC_DISPATCH(ResampleRow16x2) : &LUMO_DYNAMIC_DISPATCH(ResampleRow16x4);
     }
 }
 template <class T, uint32_t Taps>
 BlendRowsFn<T> ChosenBlendRows() {
     if constexpr (sizeof(T) == 1) {
-        return Taps == 2 ? &HWY_DYNAMIC_DISPATCH(BlendRows8x2) : &HWY_DYNAMIC_DISPATCH(BlendRows8x4);
+        return Taps == 2 ? &LUMO_DYNAMIC_DISPATCH(BlendRows8x2) : &LUMO_DYNAMIC_DISPATCH(BlendRows8x4);
     } else {
-        return Taps == 2 ? &HWY_DYNAMIC_DISPATCH(BlendRows16x2) : &HWY_DYNAMIC_DISPATCH(BlendRows16x4);
+        return Taps == 2 ? &LUMO_DYNAMIC_DISPATCH(BlendRows16x2) : &LUMO_DYNAMIC_DISPATCH(BlendRows16x4);
     }
 }
 
@@ -674,7 +675,7 @@ void RunBands(const SeparableJob& job, unsigned char* work, const RowBands& band
     if (HalvesRows<T, Taps>(job)) {
         BuildHalvingLanes(job.channels, halvingLanes);
         kernels.plan.halvingLanes = halvingLanes;
-        kernels.halveRowPair = &HWY_DYNAMIC_DISPATCH(HalveRowPair8);
+        kernels.halveRowPair = &LUMO_DYNAMIC_DISPATCH(HalveRowPair8);
     } else if (tableBytes != 0) {
         PlanFloatColumns(job, reinterpret_cast<float*>(work), kernels.plan);
     }

@@ -17,6 +17,7 @@
 #include <cstring>
 
 #include "common/work_memory.h"
+#include "platform/kernel_choice.h"
 #include "resize/kernels.h"
 #include "resize/row_bands.h"
 #include "resize/sample_access.h"
@@ -379,7 +380,7 @@ LumoResult Run(const ResizeRequest& r) {
                     lastRow,
                     columns.OffsetOf(columns.last),
                     RowAt(r.source.data, lastRow, r.source.rowBytes) + columns.OffsetOf(columns.last) + columns.PixelBytes()};
-    const auto superSampleRows = HWY_DYNAMIC_DISPATCH(SuperSampleRows);
+    const auto superSampleRows = LUMO_DYNAMIC_DISPATCH(SuperSampleRows);
     bands.Run([&](uint32_t band, uint32_t firstRow, uint32_t endRow) {
         const BandMemory memory{sums.get() + band * sumsPerBand, samples.get() + band * samplesPerBand};
         superSampleRows(plan, firstRow, endRow, memory);

@@ -48,6 +48,7 @@
 #include <cstring>
 
 #include "common/work_memory.h"
+#include "platform/kernel_choice.h"
 #include "resize/row_bands.h"
 #include "resize/sample_access.h"
 #include "resize/supersampling_exact_plan.h"
@@ -465,7 +466,7 @@ bool SuperSampleExactly(const ResizeRequest& r) {
                          classOf,
                          classSum,
                          classCount};
-    const auto exactRows = HWY_DYNAMIC_DISPATCH(ExactRows);
+    const auto exactRows = LUMO_DYNAMIC_DISPATCH(ExactRows);
     bands.Run([&](uint32_t band, uint32_t firstRow, uint32_t endRow) {
         uint32_t* const bandSums = columnSums.get() + band * sumsPerBand;
         const ExactBand memory{bandSums, bandSums + columnSumsPerBand, divisors.get() + size_t{band} * classCount};

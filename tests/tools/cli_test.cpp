@@ -1,11 +1,15 @@
 // The lumomath program itself, run as a person would run it.
 #include <gtest/gtest.h>
+#include <hwy/targets.h>
 #include <sys/wait.h>
 
 #include <algorithm>
+#include <cctype>
 #include <cmath>
+#include <cstdlib>
 #include <fstream>
 #include <sstream>
+#include <utility>
 #include <vector>
 
 #include "image_io.h"
@@ -151,6 +155,33 @@ TEST(ToolProgram, EveryCommandHasHelp) {
         EXPECT_EQ(run.out.rfind(std::string("usage: lumomath ") + command, 0), 0u) << run.out;
     }
     EXPECT_EQ(Tool({"--help"}).status, 0);
+}
+
+// LUMOMATH_TARGET reaches the kernels: info names the target that really ran,
+// and says when the value was ignored.
+TEST(ToolProgram, InfoTellsWhichKernelsRun) {
+    std::vector<std::pair<std::string, std::string>> cases = {
+        {"plain", "plain kernels, other vector code on "},
+        {"bogus", " (LUMOMATH_TARGET=bogus ignored: no such target)"},
+        {"", std::string("kernels:          ") + hwy::TargetName(hwy::SupportedAndGeneratedTargets().front()) + "\n"},
+    };
+    for (const int64_t t : hwy::SupportedAndGeneratedTargets()) {
+        const std::string name = hwy::TargetName(t);
+        std::string lower = name;
+        std::transform(lower.begin(), lower.end(), lower.begin(), [](char c) { return static_cast<char>(std::tolower(c)); });
+        cases.emplace_back(name, name + " (forced by LUMOMATH_TARGET)");
+        cases.emplace_back(lower, name + " (forced by LUMOMATH_TARGET)");
+    }
+    for (const auto& [value, says] : cases) {
+        setenv("LUMOMATH_TARGET", value.c_str(), 1);
+        const ToolRun run = Tool({"info"});
+        unsetenv("LUMOMATH_TARGET");
+        EXPECT_EQ(run.status, 0);
+        const size_t line = run.out.find("\nkernels: ");
+        ASSERT_NE(line, std::string::npos) << run.out;
+        EXPECT_NE(run.out.substr(line + 1, run.out.find('\n', line + 1) - line).find(says), std::string::npos)
+            << value << ": " << run.out;
+    }
 }
 
 // The MTF image as the tool should write it: |OTF| of the unit-volume PSF
