@@ -48,13 +48,7 @@ const ProcessChoice& ReadOnce() {
     static const ProcessChoice process = [] {
         const char* set = std::getenv(kVariable);
         ProcessChoice p{set != nullptr ? set : "", {}};
-        // Names are matched before the processor is asked: in Highway 1.0.3
-        // hwy::SupportedTargets() also rewrites Highway's chosen target, without
-        // the mask of any hwy::DisableTargets of a host, so it is called only
-        // when a compiled target is named, never for an ordinary run.
-        p.choice = ParseKernelChoice(p.value, HWY_TARGETS, HWY_TARGETS);
-        if (p.choice.kind == KernelChoiceKind::kTarget)
-            p.choice = ParseKernelChoice(p.value, HWY_TARGETS, hwy::SupportedTargets());
+        p.choice = ReadKernelChoice(p.value);
         return p;
     }();
     return process;
@@ -85,6 +79,23 @@ KernelChoice ParseKernelChoice(std::string_view value, int64_t compiled, int64_t
         return {KernelChoiceKind::kTarget, target};
     }
     return {KernelChoiceKind::kUnknown, 0};
+}
+
+KernelChoice ReadKernelChoice(std::string_view value) {
+    // Names are matched before the processor is asked, which an ordinary run
+    // then never does: in Highway 1.0.3 hwy::SupportedTargets() also stores its
+    // answer as Highway's chosen target, without the mask of a host's
+    // hwy::DisableTargets. The first entry of a dispatch table is Highway's own
+    // first-call set-up, which stores the masked answer again: the state
+    // Highway would have reached by itself.
+    KernelChoice choice = ParseKernelChoice(value, HWY_TARGETS, HWY_TARGETS);
+    if (choice.kind == KernelChoiceKind::kTarget) {
+        choice = ParseKernelChoice(value, HWY_TARGETS, hwy::SupportedTargets());
+#if !HWY_IDE && (HWY_TARGETS & (HWY_TARGETS - 1)) != 0
+        HWY_DISPATCH_TABLE(RunningTarget)[0]();
+#endif
+    }
+    return choice;
 }
 
 const KernelChoice& ProcessKernelChoice() { return ReadOnce().choice; }

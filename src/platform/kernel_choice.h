@@ -38,6 +38,10 @@ struct KernelChoice {
 /// `supported` targets (bit sets as HWY_TARGETS).
 KernelChoice ParseKernelChoice(std::string_view value, int64_t compiled, int64_t supported);
 
+/// What `value` asks for on this processor; leaves Highway's own choice as
+/// Highway would have it.
+KernelChoice ReadKernelChoice(std::string_view value);
+
 /// LUMOMATH_TARGET as this process found it, read on the first call.
 const KernelChoice& ProcessKernelChoice();
 

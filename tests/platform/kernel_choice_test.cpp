@@ -111,6 +111,16 @@ TEST(KernelChoice, ForcingRunsTheNamedTargetAndLeavesHighwaysChoiceAlone) {
     EXPECT_FALSE(ChooseForced({Kind::kUnknown, 0}, chosen));
 }
 
+TEST(KernelChoice, AskingTheProcessorKeepsAHostsDisabledTargets) {
+    const std::vector<int64_t> targets = hwy::SupportedAndGeneratedTargets();
+    if (targets.size() < 2) GTEST_SKIP() << "one target";
+    hwy::DisableTargets(targets.front());
+    EXPECT_EQ(HWY_DYNAMIC_DISPATCH(Probe)(), targets[1]);
+    EXPECT_EQ(lumo::platform::ReadKernelChoice(hwy::TargetName(targets.back())).kind, Kind::kTarget);
+    EXPECT_EQ(HWY_DYNAMIC_DISPATCH(Probe)(), targets[1]);
+    hwy::DisableTargets(0);
+}
+
 TEST(KernelChoice, UnforcedDispatchFollowsHighway) {
     if (lumo::platform::ProcessKernelChoice().kind != Kind::kAutomatic) GTEST_SKIP() << "LUMOMATH_TARGET is set";
     for (const int64_t t : hwy::SupportedAndGeneratedTargets()) {
