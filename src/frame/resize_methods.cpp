@@ -1,5 +1,7 @@
 #include "frame/resize_methods.h"
 
+#include "platform/kernel_choice.h"
+
 namespace lumo {
 
 const ResizeMethod* FindResizeMethod(LumoScalingMethod id) {
@@ -10,7 +12,10 @@ const ResizeMethod* FindResizeMethod(LumoScalingMethod id) {
 }
 
 LumoResult RunResize(const ResizeMethod& method, const ResizeRequest& request) {
-    const LumoResult result = method.fast(request);
+    // The plain kernels give the same bytes; forcing them takes every vector
+    // path out of a triage run at once.
+    const ResizeKernel kernel = platform::ForcePlainKernels() ? method.plain : method.fast;
+    const LumoResult result = kernel(request);
     return method.reportsKernelResult ? result : kLumoResultOK;
 }
 
