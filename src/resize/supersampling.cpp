@@ -178,7 +178,7 @@ template <class T, uint32_t N>
 void Rows(const Plan& p, uint32_t firstRow, uint32_t endRow, const BandMemory& m) {
     for (uint32_t y = firstRow; y < endRow; ++y) {
         std::fill(m.sums, m.sums + (N + 1) * p.stride, 0.0);
-        const Footprint f = FootprintOf(y, p.scaleY, p.offsetY);
+        const Footprint f = FootprintOf(y, p.rowScale, p.rowOffset);
         for (double sy = f.firstPixel; sy < f.endPixel; sy += 1.0) {
             const double wy = Coverage(sy, f.start, f.end);
             const uint32_t sourceRow = ClampToLast(sy, p.lastRow);
@@ -360,14 +360,8 @@ LumoResult Run(const ResizeRequest& r) {
     FillColumnTables(columns, stride, columnAt, blockTaps, blockStart.get(), fractions.get(), offsets.get());
     MarkPairedBlocks(columns, blocks, blockTaps, blockStart.get(), fractions.get(), offsets.get(), blockPaired);
 
-    const uint32_t lastRow = static_cast<uint32_t>(r.region.y) + r.region.height - 1;
-    const Plan plan{r.channels,
-                    r.bytesPerSample,
-                    r.source.data,
-                    r.source.rowBytes,
-                    r.destination.data,
-                    r.destination.rowBytes,
-                    width,
+    const Call call = CallOf(r);
+    const Plan plan{call,
                     stride,
                     columnAt,
                     blockTaps,
@@ -375,11 +369,9 @@ LumoResult Run(const ResizeRequest& r) {
                     blockStart.get(),
                     fractions.get(),
                     offsets.get(),
-                    static_cast<double>(r.destination.size.height) / static_cast<double>(r.region.height),
-                    static_cast<double>(r.region.y),
-                    lastRow,
                     columns.OffsetOf(columns.last),
-                    RowAt(r.source.data, lastRow, r.source.rowBytes) + columns.OffsetOf(columns.last) + columns.PixelBytes()};
+                    RowAt(r.source.data, call.lastRow, r.source.rowBytes) + columns.OffsetOf(columns.last) +
+                        columns.PixelBytes()};
     const auto superSampleRows = LUMO_DYNAMIC_DISPATCH(SuperSampleRows);
     bands.Run([&](uint32_t band, uint32_t firstRow, uint32_t endRow) {
         const BandMemory memory{sums.get() + band * sumsPerBand, samples.get() + band * samplesPerBand};

@@ -445,20 +445,9 @@ bool SuperSampleExactly(const ResizeRequest& r) {
     const WorkArray<Divisor> divisors = MakeWorkArray<Divisor>(size_t{classCount} * bands.count());
     if (!columnSums || !divisors) return false;
 
-    const uint32_t lastRow = static_cast<uint32_t>(r.region.y) + r.region.height - 1;
-    const Axis rowAxis = RowsOf(r);
-    const ExactPlan plan{r.channels,
-                         r.bytesPerSample,
-                         r.source.data,
-                         r.source.rowBytes,
-                         r.destination.data,
-                         r.destination.rowBytes,
-                         width,
+    const ExactPlan plan{CallOf(r),
                          r.region.width,
                          static_cast<uint32_t>(r.region.x),
-                         lastRow,
-                         rowAxis.scale,
-                         rowAxis.offset,
                          std::ldexp(1.0, static_cast<int>(q.rows.bits)),
                          boxes ? static_cast<uint32_t>(box) : 0,
                          tapStart.get(),

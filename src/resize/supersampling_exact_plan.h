@@ -5,6 +5,8 @@
 #include <cstddef>
 #include <cstdint>
 
+#include "resize/supersampling_plan.h"
+
 namespace lumo::supersampling {
 
 /// floor(s / w) as (s * multiplier) >> shift, for every s < 2^31 and a
@@ -40,18 +42,9 @@ struct ColumnTap {
 /// [tapStart[x], tapStart[x + 1]); their numerators add up to
 /// classSum[classOf[x]]. There are few distinct sums, so a row works out one
 /// divisor per class rather than per column.
-struct ExactPlan {
-    uint32_t channels;
-    uint32_t bytesPerSample;
-    const unsigned char* source;  // the whole source, also for a region
-    uint32_t sourceRowBytes;
-    unsigned char* destination;
-    uint32_t destinationRowBytes;
-    uint32_t width;        // destination columns
+struct ExactPlan : Call {
     uint32_t regionWidth;  // source columns summed per row
     uint32_t firstColumn;  // the region's left edge
-    uint32_t lastRow;      // repeated past the bottom edge
-    double rowScale, rowOffset;  // the rows' footprints, as the per-pixel form has them
     double rowUnit;              // 2^B: row fractions times this are whole
     // Equal footprints of whole columns side by side (boxTaps > 0): column x
     // is the plain sum of region columns [x * boxTaps, (x + 1) * boxTaps),

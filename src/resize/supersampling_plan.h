@@ -13,6 +13,7 @@
 #include <cstddef>
 #include <cstdint>
 
+#include "resize/resize_request.h"
 #include "resize/sample_access.h"
 
 namespace lumo::supersampling {
@@ -53,6 +54,34 @@ inline Footprint FootprintOf(uint32_t i, double scale, double offset) {
     return f;
 }
 
+/// What both area-averaging paths (the tabled one here and the whole-number
+/// one of supersampling_exact_plan.h) keep of a call: the images, and the
+/// rows' footprints as the per-pixel form has them.
+struct Call {
+    uint32_t channels;
+    uint32_t bytesPerSample;
+    const unsigned char* source;  // the whole source, also for a region
+    uint32_t sourceRowBytes;
+    unsigned char* destination;
+    uint32_t destinationRowBytes;
+    uint32_t width;           // destination columns
+    uint32_t lastRow;         // repeated past the bottom edge
+    double rowScale, rowOffset;
+};
+
+inline Call CallOf(const ResizeRequest& r) {
+    return {r.channels,
+            r.bytesPerSample,
+            r.source.data,
+            r.source.rowBytes,
+            r.destination.data,
+            r.destination.rowBytes,
+            r.destination.size.width,
+            static_cast<uint32_t>(r.region.y) + r.region.height - 1,
+            static_cast<double>(r.destination.size.height) / static_cast<double>(r.region.height),
+            static_cast<double>(r.region.y)};
+}
+
 /// Destination columns are worked in blocks of kBlock neighbours, a vector
 /// (or a few narrower ones) at a time. Every column of a block gets the block's
 /// tap count; a column whose footprint covers fewer source columns is padded
@@ -71,14 +100,7 @@ constexpr size_t kSortRun = 256;
 /// positions from `width` on hold no column (columnAt == width) and are never
 /// stored. Block b's tables start at entry blockStart[b]; tap k of the column
 /// at lane j of the block is entry blockStart[b] + k * kBlock + j.
-struct Plan {
-    uint32_t channels;
-    uint32_t bytesPerSample;
-    const unsigned char* source;  // the whole source, also for a region
-    uint32_t sourceRowBytes;
-    unsigned char* destination;
-    uint32_t destinationRowBytes;
-    uint32_t width;  // destination columns
+struct Plan : Call {
     size_t stride;   // positions: width rounded up to whole blocks
     const uint32_t* columnAt;
     const uint32_t* blockTaps;
@@ -86,8 +108,6 @@ struct Plan {
     const size_t* blockStart;
     const double* columnFractions;
     const int64_t* columnOffsets;  // byte offset of the tap's pixel within a row
-    double scaleY, offsetY;
-    uint32_t lastRow;
     int64_t lastOffset;               // byte offset of the last column's pixel within a row
     const unsigned char* readLimit;   // just past the last pixel read: the last row's last column
 };
