@@ -186,9 +186,11 @@ int main(int argc, char** argv) {
         for (const lumo::ResizeMethod& method : lumo::kResizeMethods) {
             if (!onlyMethod.empty() && onlyMethod != method.name) continue;
             const LumoScalingMethod m = method.id;
-            const lumo::ResizeRequest plainRequest{
-                w.channels, w.depth / 8, {src.bytes.data(), src.Size(), src.rowBytes},
-                w.region ? w.rect : lumo::WholeImage(src.Size()), {refDst.bytes.data(), refDst.Size(), refDst.rowBytes}};
+            const lumo::ResizeRequest plainRequest{w.channels,
+                                                   w.depth / 8,
+                                                   {src.bytes.data(), src.Size(), src.rowBytes},
+                                                   w.region ? w.rect : lumo::WholeImage(src.Size()),
+                                                   {refDst.bytes.data(), refDst.Size(), refDst.rowBytes}};
             if (lumo::AdmitResize(m, w.depth, plainRequest) != lumo::Admission::Proceed) continue;
             const std::function<void()> contenders[4] = {
                 [&] {

@@ -21,7 +21,8 @@ using lumo::test::Fill;
 /// A side length: mostly one of the sizes where edge and tail handling go
 /// wrong, sometimes any size up to 160.
 uint32_t DrawSide(std::mt19937& rng) {
-    static constexpr uint32_t kSides[] = {1, 2, 3, 4, 5, 7, 8, 9, 11, 13, 15, 16, 17, 31, 32, 33, 47, 63, 64, 65, 97, 131};
+    static constexpr uint32_t kSides[] = {1,  2,  3,  4,  5,  7,  8,  9,  11, 13, 15,
+                                          16, 17, 31, 32, 33, 47, 63, 64, 65, 97, 131};
     if (Below(rng, 10) < 7) return kSides[Below(rng, sizeof kSides / sizeof kSides[0])];
     return 1 + Below(rng, 160);
 }

@@ -38,6 +38,11 @@ inline bool Admitted(LumoScalingMethod method, const ResizeRequest& r) {
     return AdmitResize(method, r.bytesPerSample * 8, r) == Admission::Proceed;
 }
 
+/// Whether `method` admits resizing the whole of `source` onto `destination`.
+inline bool Admitted(LumoScalingMethod method, const TestImage& source, TestImage& destination) {
+    return Admitted(method, RequestFor(source, WholeImage(source.Size()), destination));
+}
+
 /// One kernel of the table: a method's fast or its plain form.
 struct Kernel {
     ResizeMethod method;
@@ -105,7 +110,8 @@ public:
         : m_source(source.Size()), m_region(region), m_channels(source.channels),
           m_bytesPerSample(source.bytesPerSample), m_rowBytes(source.rowBytes) {
         const size_t first = static_cast<size_t>(region.y) * m_rowBytes + Offset(region.x);
-        const size_t last = static_cast<size_t>(region.y + region.height - 1) * m_rowBytes + Offset(region.x + region.width);
+        const size_t lastRow = region.y + region.height - 1;
+        const size_t last = lastRow * m_rowBytes + Offset(region.x + region.width);
         m_bytes.assign(source.Data() + first, source.Data() + last);
         m_before = first;
     }
@@ -120,7 +126,8 @@ public:
     ResizeRequest Request(TestImage& destination) const {
         // Where the whole source would start lies before the allocation and is
         // never dereferenced; the address is formed as an integer for that reason.
-        const auto origin = reinterpret_cast<const unsigned char*>(reinterpret_cast<uintptr_t>(m_bytes.data()) - m_before);
+        const uintptr_t start = reinterpret_cast<uintptr_t>(m_bytes.data());
+        const auto origin = reinterpret_cast<const unsigned char*>(start - m_before);
         return {m_channels, m_bytesPerSample, {origin, m_source, m_rowBytes}, m_region, destination.Out()};
     }
 

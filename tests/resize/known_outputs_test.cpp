@@ -111,7 +111,8 @@ class WorkedImage : public ::testing::TestWithParam<Worked> {};
 TEST_P(WorkedImage, GivesTheSamplesWorkedOutByHand) {
     const Worked& w = GetParam();
     for (const bool plain : {false, true}) {
-        for (const uint32_t bits : w.method == kNearest ? std::vector<uint32_t>{8, 16} : std::vector<uint32_t>{w.bits}) {
+        const std::vector<uint32_t> widths = w.method == kNearest ? std::vector<uint32_t>{8, 16} : std::vector{w.bits};
+        for (const uint32_t bits : widths) {
             const uint32_t scale = bits == w.bits ? 1 : 257;
             for (const bool turned : {false, true}) {
                 if (turned && (w.sourceSize.height != 1 || w.destinationSize.height != 1)) continue;
@@ -164,7 +165,8 @@ TEST(NearestRegion, OverTheEdgeRepeatsTheEdge) {
                 const TestImage source = TestImage::Random(6, 5, channels, bits, 0, channels);
                 for (const tagLumoRect& r : kRegions) {
                     TestImage destination = TestImage::Make(r.width, r.height, channels, bits, 7);
-                    ASSERT_EQ((Kernel{*lumo::FindResizeMethod(kNearest), plain}(source, r, destination)), kLumoResultOK);
+                    const Kernel kernel{*lumo::FindResizeMethod(kNearest), plain};
+                    ASSERT_EQ(kernel(source, r, destination), kLumoResultOK);
                     for (uint32_t y = 0; y < r.height; ++y)
                         for (uint32_t x = 0; x < r.width; ++x)
                             for (uint32_t c = 0; c < channels; ++c)
@@ -190,8 +192,10 @@ TEST(SuperSamplingMeans, IntegerReductionGivesTheTruncatedBlockMean) {
             const Kernel kernel{*lumo::FindResizeMethod(kAverage), plain};
             for (const uint32_t bits : {8u, 16u}) {
                 for (uint32_t channels = 1; channels <= 4; ++channels) {
-                    SCOPED_TRACE(::testing::Message() << kernel << ", " << bits << " bits, " << channels << " channels");
-                    const TestImage source = TestImage::Random(size.width, size.height, channels, bits, 2, f * channels + bits);
+                    SCOPED_TRACE(::testing::Message() << kernel << ", " << bits << " bits, " << channels
+                                                      << " channels");
+                    const TestImage source =
+                        TestImage::Random(size.width, size.height, channels, bits, 2, f * channels + bits);
                     TestImage destination = TestImage::Make(size.width / f, size.height / f, channels, bits, 4);
                     ASSERT_EQ(kernel(source, destination), kLumoResultOK);
                     for (uint32_t y = 0; y < destination.height; ++y)
