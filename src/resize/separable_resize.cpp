@@ -35,10 +35,12 @@
 #include <cstring>
 #include <limits>
 #include <optional>
+#include <string>
 
 #include "platform/kernel_choice.h"
 #include "pool/thread_pool.h"
 #include "resize/halving_row.h"
+#include "resize/row_plan.h"
 #include "resize/sample_access.h"
 #include "resize/separable_resize.h"
 #include "resize/separable_rows.h"
@@ -251,26 +253,6 @@ HWY_INLINE uint32_t ResamplePixels8Float(const unsigned char* input, uint8_t* ou
 }
 #endif
 
-/// One input row resampled along the row to `width` pixels.
-template <class T, uint32_t Taps, uint32_t Channels>
-HWY_INLINE void ResampleRowT(const unsigned char* input, T* out, uint32_t width, const RowPlan& plan,
-                             const uint32_t* taps, const double* weights) {
-    uint32_t x = 0;
-    if constexpr (Channels == 3 || Channels == 4) {
-#if HWY_TARGET != HWY_SCALAR
-        if constexpr (sizeof(T) == 1 && Taps == 2) {
-            if (plan.floatWeights != nullptr) {
-                x = ResamplePixelsDouble<T, Taps, Channels>(input, out, x, std::min(plan.floatFrom, plan.vectorColumns),
-                                                            taps, weights);
-                x = ResamplePixels8Float<Channels>(input, out, x, width, plan, taps, weights);
-            }
-        }
-#endif
-        x = ResamplePixelsDouble<T, Taps, Channels>(input, out, x, plan.vectorColumns, taps, weights);
-    }
-    ResampleRowScalar<T, Taps, Channels>(input, out, Channels, x, width, taps, weights);
-}
-
 #if HWY_TARGET != HWY_SCALAR
 /// (a + b) >> 1 in every byte lane, without widening: the shared bits plus
 /// half of the differing ones.
@@ -308,24 +290,41 @@ HWY_INLINE uint32_t HalveRow8(const unsigned char* input, uint8_t* out, uint32_t
 }
 #endif
 
-template <class T, uint32_t Taps>
-HWY_INLINE void ResampleRowChannels(const unsigned char* input, T* out, uint32_t channels, uint32_t width,
-                                    const RowPlan& plan, const uint32_t* taps, const double* weights) {
+/// kDoubleLanes: one input row resampled along the row, a pixel per vector
+/// up to the plan's vectorColumns, the rest in the plain loop.
+template <class T, uint32_t Taps, uint32_t Channels>
+HWY_INLINE void ResampleRowDouble(const unsigned char* input, T* out, const RowPlan& plan, const uint32_t* taps,
+                                  const double* weights) {
+    const uint32_t x = ResamplePixelsDouble<T, Taps, Channels>(input, out, 0, plan.vectorColumns, taps, weights);
+    ResampleRowScalar<T, Taps, Channels>(input, out, Channels, x, plan.width, taps, weights);
+}
+
+/// kFloatLanes: double lanes up to floatFrom (the columns whose weights
+/// exceed the float bound), float lanes from there, double lanes and the
+/// plain loop for what the float vectors leave. Targets without vectors run
+/// the plain loop, which computes the same bytes.
+template <uint32_t Channels>
+HWY_INLINE void ResampleRow8Float(const unsigned char* input, uint8_t* out, const RowPlan& plan, const uint32_t* taps,
+                                  const double* weights) {
+    uint32_t x = 0;
 #if HWY_TARGET != HWY_SCALAR
-    if constexpr (sizeof(T) == 1 && Taps == 2) {
-        if (plan.halvingLanes != nullptr) {
-            const uint32_t x = HalveRow8(input, out, channels, width, plan.halvingLanes);
-            return ResampleRowScalar<T, Taps, 0>(input, out, channels, x, width, taps, weights);
-        }
-    }
+    x = ResamplePixelsDouble<uint8_t, 2, Channels>(input, out, x, std::min(plan.floatFrom, plan.vectorColumns), taps,
+                                                   weights);
+    x = ResamplePixels8Float<Channels>(input, out, x, plan.width, plan, taps, weights);
 #endif
-    switch (channels) {
-        case 1: return ResampleRowT<T, Taps, 1>(input, out, width, plan, taps, weights);
-        case 2: return ResampleRowT<T, Taps, 2>(input, out, width, plan, taps, weights);
-        case 3: return ResampleRowT<T, Taps, 3>(input, out, width, plan, taps, weights);
-        case 4: return ResampleRowT<T, Taps, 4>(input, out, width, plan, taps, weights);
-        default: return ResampleRowScalar<T, Taps, 0>(input, out, channels, 0, width, taps, weights);
-    }
+    x = ResamplePixelsDouble<uint8_t, 2, Channels>(input, out, x, plan.vectorColumns, taps, weights);
+    ResampleRowScalar<uint8_t, 2, Channels>(input, out, Channels, x, plan.width, taps, weights);
+}
+
+/// kHalving: byte shuffles, then the plain loop for the pixels past the last
+/// whole 16-byte store.
+HWY_INLINE void HalvingRow8(const unsigned char* input, uint8_t* out, const RowPlan& plan, const uint32_t* taps,
+                             const double* weights) {
+    uint32_t x = 0;
+#if HWY_TARGET != HWY_SCALAR
+    x = HalveRow8(input, out, plan.channels, plan.width, plan.halvingLanes);
+#endif
+    ResampleRowScalar<uint8_t, 2, 0>(input, out, plan.channels, x, plan.width, taps, weights);
 }
 
 #if HWY_TARGET != HWY_SCALAR
@@ -420,12 +419,16 @@ HWY_INLINE void BlendRowsT(const T* const* rows, const double* weights, uint32_t
     BlendRowsScalar<T, Taps>(rows, weights, e, count, out);
 }
 
+#define LUMO_ROW_KERNEL(Name, T, Call)                                                                      \
+    void Name(const unsigned char* input, T* out, const RowPlan& plan, const uint32_t* taps,                    \
+              const double* weights) {                                                                          \
+        Call(input, out, plan, taps, weights);                                                                  \
+    }
 #define LUMO_SEPARABLE_ROW_KERNELS(Bits, Taps)                                                                  \
-    void ResampleRow##Bits##x##Taps(const unsigned char* input, uint##Bits##_t* out, uint32_t channels,         \
-                                    uint32_t width, const RowPlan& plan, const uint32_t* taps,                  \
-                                    const double* weights) {                                                    \
-        ResampleRowChannels<uint##Bits##_t, Taps>(input, out, channels, width, plan, taps, weights);            \
-    }                                                                                                           \
+    LUMO_ROW_KERNEL(ResampleRow##Bits##x##Taps##Double3, uint##Bits##_t,                                        \
+                    (ResampleRowDouble<uint##Bits##_t, Taps, 3>))                                              \
+    LUMO_ROW_KERNEL(ResampleRow##Bits##x##Taps##Double4, uint##Bits##_t,                                        \
+                    (ResampleRowDouble<uint##Bits##_t, Taps, 4>))                                              \
     void BlendRows##Bits##x##Taps(const uint##Bits##_t* const* rows, const double* weights, uint32_t count,    \
                                   unsigned char* out) {                                                         \
         BlendRowsT<uint##Bits##_t, Taps>(rows, weights, count, out);                                            \
@@ -434,7 +437,15 @@ LUMO_SEPARABLE_ROW_KERNELS(8, 2)
 LUMO_SEPARABLE_ROW_KERNELS(8, 4)
 LUMO_SEPARABLE_ROW_KERNELS(16, 2)
 LUMO_SEPARABLE_ROW_KERNELS(16, 4)
+LUMO_ROW_KERNEL(ResampleRow8Float3, uint8_t, ResampleRow8Float<3>)
+LUMO_ROW_KERNEL(ResampleRow8Float4, uint8_t, ResampleRow8Float<4>)
+LUMO_ROW_KERNEL(ResampleRow8Halving, uint8_t, HalvingRow8)
 #undef LUMO_SEPARABLE_ROW_KERNELS
+#undef LUMO_ROW_KERNEL
+
+/// Does nothing; called once through the dispatch table before the kernels
+/// are taken, so that Highway settles its choice first (see SettleDispatch).
+void SettleKernels() {}
 
 /// A destination row of an exact 2x reduction straight from its two input
 /// rows: the byte means of the means of each row's pixel pairs, which are
@@ -483,42 +494,79 @@ HWY_AFTER_NAMESPACE();
 #if HWY_ONCE
 namespace lumo {
 
-HWY_EXPORT(ResampleRow8x2);
-HWY_EXPORT(ResampleRow8x4);
-HWY_EXPORT(ResampleRow16x2);
-HWY_EXPORT(ResampleRow16x4);
+HWY_EXPORT(ResampleRow8x2Double3);
+HWY_EXPORT(ResampleRow8x2Double4);
+HWY_EXPORT(ResampleRow8x4Double3);
+HWY_EXPORT(ResampleRow8x4Double4);
+HWY_EXPORT(ResampleRow16x2Double3);
+HWY_EXPORT(ResampleRow16x2Double4);
+HWY_EXPORT(ResampleRow16x4Double3);
+HWY_EXPORT(ResampleRow16x4Double4);
+HWY_EXPORT(ResampleRow8Float3);
+HWY_EXPORT(ResampleRow8Float4);
+HWY_EXPORT(ResampleRow8Halving);
 HWY_EXPORT(BlendRows8x2);
 HWY_EXPORT(BlendRows8x4);
 HWY_EXPORT(BlendRows16x2);
 HWY_EXPORT(BlendRows16x4);
 HWY_EXPORT(HalveRowPair8);
+HWY_EXPORT(SettleKernels);
 
 namespace {
 
 template <class T>
-using ResampleRowFn = void (*)(const unsigned char*, T*, uint32_t, uint32_t, const RowPlan&, const uint32_t*,
-                               const double*);
+using ResampleRowFn = void (*)(const unsigned char*, T*, const RowPlan&, const uint32_t*, const double*);
 template <class T>
 using BlendRowsFn = void (*)(const T* const*, const double*, uint32_t, unsigned char*);
+using HalveRowPairFn = void (*)(const unsigned char*, const unsigned char*, uint32_t, uint32_t, const uint8_t*,
+                                unsigned char*);
 
-/// Settles the dispatch target once, so that the pointers below name a
-/// target's kernel itself. Before that they name the table's first-call entry,
-/// which asks the processor for its features on every call.
-void ChooseTarget() {
-    hwy::ChosenTarget& chosen = hwy::GetChosenTarget();
-    if (!chosen.IsInitialized()) chosen.Update(hwy::SupportedTargets());
+/// The row pass of kPlain, the same for every target.
+template <class T, uint32_t Taps, uint32_t Channels>
+void ResampleRowPlain(const unsigned char* input, T* out, const RowPlan& plan, const uint32_t* taps,
+                      const double* weights) {
+    ResampleRowScalar<T, Taps, Channels>(input, out, plan.channels, 0, plan.width, taps, weights);
 }
 
-/// The row kernels of the best target this processor runs (or of the one a
-/// test forced).
+/// Makes the dispatch state name a target before kernels are taken from it.
+/// Until Highway's first dispatch its state selects each table's first-call
+/// entry, which asks the processor for its features and updates the state on
+/// every call; one call through such an entry does what Highway does on its
+/// first dispatch anyway, and the pointers taken after it are the target's
+/// kernels themselves. A forced target is settled from the start.
+void SettleDispatch() {
+    if (!platform::DispatchTarget().IsInitialized()) LUMO_DYNAMIC_DISPATCH(SettleKernels)();
+}
+
+/// The row pass the plan's strategy picks, of the chosen target.
 template <class T, uint32_t Taps>
-ResampleRowFn<T> ChosenResampleRow() {
-    if constexpr (sizeof(T) == 1) {
-        return Taps == 2 ? &LUMO_DYNAMIC_DISPATCH(ResampleRow8x2) : &LUMO_DYNAMIC_DISPATCH(ResampleRow8x4);
-    } else {
-        return Taps == 2 ? &LUMO_DYNAMIC_DISPATCH(ResampleRow16x2) : &LUMO_DYNAMIC_DISPATCH(ResampleRow16x4);
+ResampleRowFn<T> ChosenResampleRow(const RowPlan& plan) {
+    const bool four = plan.channels == 4;
+    if constexpr (sizeof(T) == 1 && Taps == 2) {
+        if (plan.strategy == RowStrategy::kHalving) return &LUMO_DYNAMIC_DISPATCH(ResampleRow8Halving);
+        if (plan.strategy == RowStrategy::kFloatLanes)
+            return four ? &LUMO_DYNAMIC_DISPATCH(ResampleRow8Float4) : &LUMO_DYNAMIC_DISPATCH(ResampleRow8Float3);
+    }
+    if (plan.strategy == RowStrategy::kDoubleLanes) {
+        if constexpr (sizeof(T) == 1 && Taps == 2) {
+            return four ? &LUMO_DYNAMIC_DISPATCH(ResampleRow8x2Double4) : &LUMO_DYNAMIC_DISPATCH(ResampleRow8x2Double3);
+        } else if constexpr (sizeof(T) == 1) {
+            return four ? &LUMO_DYNAMIC_DISPATCH(ResampleRow8x4Double4) : &LUMO_DYNAMIC_DISPATCH(ResampleRow8x4Double3);
+        } else if constexpr (Taps == 2) {
+            return four ? &LUMO_DYNAMIC_DISPATCH(ResampleRow16x2Double4)
+                        : &LUMO_DYNAMIC_DISPATCH(ResampleRow16x2Double3);
+        } else {
+            return four ? &LUMO_DYNAMIC_DISPATCH(ResampleRow16x4Double4)
+                        : &LUMO_DYNAMIC_DISPATCH(ResampleRow16x4Double3);
+        }
+    }
+    switch (plan.channels) {
+        case 1: return &ResampleRowPlain<T, Taps, 1>;
+        case 2: return &ResampleRowPlain<T, Taps, 2>;
+        default: return &ResampleRowPlain<T, Taps, 0>;
     }
 }
+
 template <class T, uint32_t Taps>
 BlendRowsFn<T> ChosenBlendRows() {
     if constexpr (sizeof(T) == 1) {
@@ -528,59 +576,70 @@ BlendRowsFn<T> ChosenBlendRows() {
     }
 }
 
-/// Bytes of one band's ring, or nullopt when the rings of `bands` bands
-/// cannot fit in memory. Every factor is below 2^32, and each product is
-/// checked against a limit far beyond any memory before it grows further.
-std::optional<uint64_t> RingBytes(const SeparableJob& job, uint32_t bytesPerSample, uint32_t bands) {
+/// The one layout of the working block, for the allocation and for the
+/// bands alike. Every factor is below 2^32, and each product is checked
+/// against a limit far beyond any memory before it grows further.
+WorkLayout SeparableLayout(const SeparableJob& job, uint32_t bytesPerSample, uint32_t bands, RowStrategy strategy) {
     constexpr uint64_t kLimit = uint64_t{1} << 48;
+    WorkLayout layout{0, 0, bands, std::numeric_limits<std::size_t>::max()};
     const uint64_t rowSamples = uint64_t{job.channels} * job.width;
-    if (rowSamples > kLimit) return std::nullopt;
+    if (rowSamples > kLimit) return layout;
     const uint64_t ring = job.taps * rowSamples * bytesPerSample;
-    if (ring > kLimit / (uint64_t{bands} + 1)) return std::nullopt;
-    return ring;
+    if (ring > kLimit / (uint64_t{bands} + 1)) return layout;
+    // kFloatLanes: two taps of 4 lanes, as floats and as doubles, per
+    // destination column (a multiple of 32); the width is below 2^48 here.
+    const uint64_t table = strategy == RowStrategy::kFloatLanes
+                               ? uint64_t{job.width} * 2 * 4 * (sizeof(float) + sizeof(double))
+                               : 0;
+    layout.tableBytes = static_cast<std::size_t>(table);
+    layout.ringBytes = static_cast<std::size_t>(ring);
+    layout.totalBytes = static_cast<std::size_t>(table + ring * bands);
+    return layout;
 }
 
-/// Bytes of the weight table that an 8-bit two-tap row pass of 3 or 4
-/// channels keeps at the start of the working block: two taps of 4 lanes, as
-/// floats and as doubles, per destination column (a multiple of 32, so the
-/// rings after it stay aligned).
-uint64_t FloatWeightBytes(const SeparableJob& job, uint32_t bytesPerSample) {
-    if (bytesPerSample != 1 || job.taps != 2 || (job.channels != 3 && job.channels != 4)) return 0;
-    // Reducing by 4 or more, the taps of one vector's pixels lie cache lines
-    // apart and the row pass waits on memory: there the double loop, which
-    // measured faster (6000 to 640 RGBA: 2.1 ms against 3.5 ms), stays.
-    if (job.sourceWidth >= uint64_t{job.width} * 4) return 0;
-    return uint64_t{job.width} * 2 * 4 * (sizeof(float) + sizeof(double));
-}
+/// Whether an 8-bit two-tap row pass of 3 or 4 channels should try float
+/// lanes. Reducing by 4 or more, the taps of one vector's pixels lie cache
+/// lines apart and the row pass waits on memory: there the double loop,
+/// which measured faster (6000 to 640 RGBA: 2.1 ms against 3.5 ms), stays.
+bool FloatLanesPay(const SeparableJob& job) { return job.sourceWidth < uint64_t{job.width} * 4; }
 
-/// Fills the weight table and says where the float lanes may run:
-/// from the first column after which every weight is within the bound of
-/// two_tap_float.h (only the extrapolated first columns of a large
-/// enlargement exceed it), exact when every weight there is short enough.
-void PlanFloatColumns(const SeparableJob& job, float* table, RowPlan& plan) {
+/// Where float lanes may run: from the first column after which every weight
+/// is within the bound of two_tap_float.h (only the extrapolated first
+/// columns of a large enlargement exceed it), exact when every weight there
+/// is short enough. No such column leaves the plan on double lanes.
+void PlanFloatColumns(const SeparableJob& job, RowPlan& plan) {
     uint32_t from = job.width;
     while (from > 0 && TwoTapFloatMode(job.columnWeights + static_cast<size_t>(from - 1) * 2) != TwoTapFloat::kNo)
         --from;
+    if (from == job.width) return;
     bool exact = true;
-    float* weights1 = table + static_cast<size_t>(job.width) * 4;
+    for (uint32_t x = from; x < job.width; ++x)
+        exact = exact && TwoTapFloatMode(job.columnWeights + static_cast<size_t>(x) * 2) == TwoTapFloat::kExact;
+    plan.strategy = RowStrategy::kFloatLanes;
+    plan.floatFrom = from;
+    plan.floatExact = exact;
+}
+
+/// Fills the float weight table at the start of the working block for the
+/// plan's float columns and binds the plan to it.
+void BindFloatWeights(const SeparableJob& job, unsigned char* work, RowPlan& plan) {
+    float* weights0 = reinterpret_cast<float*>(work);
+    float* weights1 = weights0 + static_cast<size_t>(job.width) * 4;
     double* doubles0 = reinterpret_cast<double*>(weights1 + static_cast<size_t>(job.width) * 4);
     double* doubles1 = doubles0 + static_cast<size_t>(job.width) * 4;
-    for (uint32_t x = from; x < job.width; ++x) {
+    for (uint32_t x = plan.floatFrom; x < job.width; ++x) {
         const double* w = job.columnWeights + static_cast<size_t>(x) * 2;
-        exact = exact && TwoTapFloatMode(w) == TwoTapFloat::kExact;
         for (uint32_t c = 0; c < 4; ++c) {
             // A 3-channel pixel's fourth lane sums to 0, never near a boundary.
             const bool used = c < job.channels;
-            table[static_cast<size_t>(x) * 4 + c] = used ? static_cast<float>(w[0]) : 0.0f;
+            weights0[static_cast<size_t>(x) * 4 + c] = used ? static_cast<float>(w[0]) : 0.0f;
             weights1[static_cast<size_t>(x) * 4 + c] = used ? static_cast<float>(w[1]) : 0.0f;
             doubles0[static_cast<size_t>(x) * 4 + c] = used ? w[0] : 0.0;
             doubles1[static_cast<size_t>(x) * 4 + c] = used ? w[1] : 0.0;
         }
     }
-    plan.floatFrom = from;
-    plan.floatWeights = table;
+    plan.floatWeights = weights0;
     plan.doubleWeights = doubles0;
-    plan.floatExact = exact;
 }
 
 /// Destination pixels whose row-pass vector loads and stores stay inside
@@ -588,72 +647,55 @@ void PlanFloatColumns(const SeparableJob& job, float* table, RowPlan& plan) {
 /// from its start inside the input row, and for 3 channels the last pixel's
 /// 4-sample store would reach past the end of its ring row. Taps never
 /// decrease from column to column, so the safe columns are a prefix.
-template <uint32_t Taps>
 uint32_t VectorColumns(const SeparableJob& job) {
     if (job.channels != 3 && job.channels != 4) return 0;
     const uint64_t rowSamples = uint64_t{job.sourceWidth} * job.channels;
+    const uint32_t last = job.taps - 1;
     uint32_t safe = 0;
     while (safe < job.width &&
-           uint64_t{job.columnTaps[static_cast<size_t>(safe) * Taps + Taps - 1]} * job.channels + 4 <= rowSamples)
+           uint64_t{job.columnTaps[static_cast<size_t>(safe) * job.taps + last]} * job.channels + 4 <= rowSamples)
         ++safe;
     return job.channels == 3 ? std::min(safe, job.width - 1) : safe;
 }
 
-/// Whether the row pass halves every row exactly, in byte shuffles.
 template <class T, uint32_t Taps>
-bool HalvesRows(const SeparableJob& job) {
-    return sizeof(T) == 1 && Taps == 2 && HalvingStep(job.channels) != 0 &&
-           HalvesEveryColumn(job.width, job.columnTaps, job.columnWeights);
-}
-
-using HalveRowPairFn = void (*)(const unsigned char*, const unsigned char*, uint32_t, uint32_t, const uint8_t*,
-                                unsigned char*);
+struct BandKernels;
 
 template <class T, uint32_t Taps>
-struct RowKernels {
+using BandFn = void (*)(const SeparableJob&, const BandKernels<T, Taps>&, T*, uint32_t, uint32_t);
+
+/// What a band runs, all picked once per call from the plan.
+template <class T, uint32_t Taps>
+struct BandKernels {
+    const RowPlan* plan;  // bound to the working block
     ResampleRowFn<T> resampleRow;
     BlendRowsFn<T> blendRows;
-    RowPlan plan;
-    HalveRowPairFn halveRowPair;  // set when the rows halve (plan.halvingLanes)
+    HalveRowPairFn halveRowPair;  // kHalving only
+    BandFn<T, Taps> band;
 };
 
-/// Asks for the first bytes of the input rows `tap` names. A row pass that
-/// streams through its rows has its own bytes ahead in flight, but the
-/// prefetchers start each new row cold.
-template <uint32_t Taps>
-void PrefetchRowStarts(const SeparableJob& job, const uint32_t* tap) {
-    constexpr uint32_t kLine = 64;
-    const uint32_t bytes = std::min<uint32_t>(1024, job.channels * job.sourceWidth);
-    for (uint32_t k = 0; k < Taps; ++k) {
-        const unsigned char* row = RowAt(job.source, tap[k], job.sourceRowBytes);
-        for (uint32_t at = 0; at < bytes; at += kLine) __builtin_prefetch(row + at);
-    }
-}
-
-/// Destination rows [first, last) of the job, with a ring of Taps rows.
+/// The intermediate rows a band holds: input row r in slot r % Taps.
 template <class T, uint32_t Taps>
-void RunBand(const SeparableJob& job, const RowKernels<T, Taps>& kernels, T* ring, uint32_t first, uint32_t last) {
-    const uint32_t rowSamples = job.channels * job.width;
+struct Ring {
+    T* slots;
+    uint32_t rowSamples;
     uint32_t held[Taps];
-    for (uint32_t& r : held) r = std::numeric_limits<uint32_t>::max();  // no input has 2^32 - 1 rows
-    for (uint32_t y = first; y < last; ++y) {
+
+    Ring(T* at, uint32_t samples) : slots(at), rowSamples(samples) {
+        for (uint32_t& r : held) r = std::numeric_limits<uint32_t>::max();  // no input has 2^32 - 1 rows
+    }
+
+    /// Destination row y from its Taps input rows, resampling those the ring
+    /// does not hold yet.
+    void BlendRow(const SeparableJob& job, const BandKernels<T, Taps>& kernels, uint32_t y) {
         const uint32_t* tap = job.rowTaps + static_cast<size_t>(y) * Taps;
-        if (kernels.plan.halvingLanes != nullptr && y + 1 < last) PrefetchRowStarts<Taps>(job, tap + Taps);
-        if constexpr (sizeof(T) == 1 && Taps == 2) {
-            if (kernels.plan.halvingLanes != nullptr && HalvesPair(job.rowWeights + static_cast<size_t>(y) * 2)) {
-                kernels.halveRowPair(RowAt(job.source, tap[0], job.sourceRowBytes),
-                                     RowAt(job.source, tap[1], job.sourceRowBytes), job.channels, job.width,
-                                     kernels.plan.halvingLanes, RowAt(job.destination, y, job.destinationRowBytes));
-                continue;
-            }
-        }
         const T* rows[Taps];
         for (uint32_t k = 0; k < Taps; ++k) {
             const uint32_t row = tap[k];
-            T* slot = ring + static_cast<size_t>(row % Taps) * rowSamples;
+            T* slot = slots + static_cast<size_t>(row % Taps) * rowSamples;
             if (held[row % Taps] != row) {
-                kernels.resampleRow(RowAt(job.source, row, job.sourceRowBytes), slot, job.channels, job.width,
-                                    kernels.plan, job.columnTaps, job.columnWeights);
+                kernels.resampleRow(RowAt(job.source, row, job.sourceRowBytes), slot, *kernels.plan, job.columnTaps,
+                                    job.columnWeights);
                 held[row % Taps] = row;
             }
             rows[k] = slot;
@@ -661,37 +703,72 @@ void RunBand(const SeparableJob& job, const RowKernels<T, Taps>& kernels, T* rin
         kernels.blendRows(rows, job.rowWeights + static_cast<size_t>(y) * Taps, rowSamples,
                           RowAt(job.destination, y, job.destinationRowBytes));
     }
+};
+
+/// Destination rows [first, last) through the ring.
+template <class T, uint32_t Taps>
+void RunBand(const SeparableJob& job, const BandKernels<T, Taps>& kernels, T* ring, uint32_t first, uint32_t last) {
+    Ring<T, Taps> held(ring, job.channels * job.width);
+    for (uint32_t y = first; y < last; ++y) held.BlendRow(job, kernels, y);
+}
+
+/// Asks for the first bytes of the input rows `tap` names. A row pass that
+/// streams through its rows has its own bytes ahead in flight, but the
+/// prefetchers start each new row cold.
+void PrefetchRowStarts(const SeparableJob& job, const uint32_t* tap) {
+    constexpr uint32_t kLine = 64;
+    const uint32_t bytes = std::min<uint32_t>(1024, job.channels * job.sourceWidth);
+    for (uint32_t k = 0; k < 2; ++k) {
+        const unsigned char* row = RowAt(job.source, tap[k], job.sourceRowBytes);
+        for (uint32_t at = 0; at < bytes; at += kLine) __builtin_prefetch(row + at);
+    }
+}
+
+/// Destination rows [first, last) of a kHalving plan. A row whose two
+/// weights halve too (a property of that row's weights, so tested per row)
+/// is the byte mean of two halved input rows and goes straight to the
+/// destination; the others go through the ring.
+void RunHalvingBand(const SeparableJob& job, const BandKernels<uint8_t, 2>& kernels, uint8_t* ring, uint32_t first,
+                    uint32_t last) {
+    Ring<uint8_t, 2> held(ring, job.channels * job.width);
+    for (uint32_t y = first; y < last; ++y) {
+        const uint32_t* tap = job.rowTaps + static_cast<size_t>(y) * 2;
+        if (y + 1 < last) PrefetchRowStarts(job, tap + 2);
+        if (HalvesPair(job.rowWeights + static_cast<size_t>(y) * 2)) {
+            kernels.halveRowPair(RowAt(job.source, tap[0], job.sourceRowBytes),
+                                 RowAt(job.source, tap[1], job.sourceRowBytes), job.channels, job.width,
+                                 kernels.plan->halvingLanes, RowAt(job.destination, y, job.destinationRowBytes));
+        } else {
+            held.BlendRow(job, kernels, y);
+        }
+    }
 }
 
 template <class T, uint32_t Taps>
-void RunBands(const SeparableJob& job, unsigned char* work, const RowBands& bands) {
-    const size_t ringBytes = static_cast<size_t>(*RingBytes(job, sizeof(T), bands.count()));
-    const size_t tableBytes = static_cast<size_t>(FloatWeightBytes(job, sizeof(T)));
-    ChooseTarget();
-    const uint32_t vectorColumns = VectorColumns<Taps>(job);
-    RowKernels<T, Taps> kernels{ChosenResampleRow<T, Taps>(), ChosenBlendRows<T, Taps>(),
-                                RowPlan{vectorColumns, vectorColumns, nullptr, nullptr, false, nullptr}, nullptr};
-    alignas(16) uint8_t halvingLanes[64];
-    if (HalvesRows<T, Taps>(job)) {
-        BuildHalvingLanes(job.channels, halvingLanes);
-        kernels.plan.halvingLanes = halvingLanes;
-        kernels.halveRowPair = &LUMO_DYNAMIC_DISPATCH(HalveRowPair8);
-    } else if (tableBytes != 0) {
-        PlanFloatColumns(job, reinterpret_cast<float*>(work), kernels.plan);
+void RunBands(const SeparableJob& job, const RowPlan& planned, unsigned char* work, const RowBands& bands) {
+    RowPlan plan = planned;
+    if (plan.strategy == RowStrategy::kFloatLanes) BindFloatWeights(job, work, plan);
+    SettleDispatch();
+    BandKernels<T, Taps> kernels{&plan, ChosenResampleRow<T, Taps>(plan), ChosenBlendRows<T, Taps>(), nullptr,
+                                 &RunBand<T, Taps>};
+    if constexpr (sizeof(T) == 1 && Taps == 2) {
+        if (plan.strategy == RowStrategy::kHalving) {
+            kernels.halveRowPair = &LUMO_DYNAMIC_DISPATCH(HalveRowPair8);
+            kernels.band = &RunHalvingBand;
+        }
     }
     bands.Run([&](uint32_t band, uint32_t first, uint32_t last) {
-        T* ring = reinterpret_cast<T*>(work + tableBytes + static_cast<size_t>(band) * ringBytes);
-        RunBand<T, Taps>(job, kernels, ring, first, last);
+        kernels.band(job, kernels, reinterpret_cast<T*>(work + plan.layout.RingOffset(band)), first, last);
     });
 }
 
 template <class T>
-void RunSeparableT(const SeparableJob& job, unsigned char* work, const RowBands& bands) {
+void RunSeparableT(const SeparableJob& job, const RowPlan& plan, unsigned char* work, const RowBands& bands) {
     if (job.width == 0 || job.height == 0 || bands.count() == 0) return;
     if (job.taps == 2) {
-        RunBands<T, 2>(job, work, bands);
+        RunBands<T, 2>(job, plan, work, bands);
     } else {
-        RunBands<T, 4>(job, work, bands);
+        RunBands<T, 4>(job, plan, work, bands);
     }
 }
 
@@ -707,17 +784,56 @@ RowBands SeparableBands(const SeparableJob& job) {
     return RowBands(job.height, 2 * samples);
 }
 
-std::size_t SeparableWorkBytes(const SeparableJob& job, uint32_t bytesPerSample, uint32_t bands) {
-    const std::optional<uint64_t> ring = RingBytes(job, bytesPerSample, bands);
-    return ring ? static_cast<std::size_t>(FloatWeightBytes(job, bytesPerSample) + *ring * bands)
-                : std::numeric_limits<std::size_t>::max();
+RowPlan PlanSeparable(const SeparableJob& job, uint32_t bytesPerSample, uint32_t bands) {
+    RowPlan plan{};
+    plan.bytesPerSample = bytesPerSample;
+    plan.channels = job.channels;
+    plan.taps = job.taps;
+    plan.width = job.width;
+    plan.height = job.height;
+    plan.vectorColumns = VectorColumns(job);
+    plan.floatFrom = job.width;
+    plan.strategy = job.channels == 3 || job.channels == 4 ? RowStrategy::kDoubleLanes : RowStrategy::kPlain;
+    if (bytesPerSample == 1 && job.taps == 2 && job.width != 0) {
+        if (HalvingStep(job.channels) != 0 && HalvesEveryColumn(job.width, job.columnTaps, job.columnWeights)) {
+            plan.strategy = RowStrategy::kHalving;
+            BuildHalvingLanes(job.channels, plan.halvingLanes);
+        } else if (plan.strategy == RowStrategy::kDoubleLanes && FloatLanesPay(job)) {
+            PlanFloatColumns(job, plan);
+        }
+    }
+    plan.layout = SeparableLayout(job, bytesPerSample, bands, plan.strategy);
+    return plan;
 }
 
-void RunSeparable8(const SeparableJob& job, unsigned char* work, const RowBands& bands) {
-    RunSeparableT<uint8_t>(job, work, bands);
+std::string DescribeRowPlan(const RowPlan& plan) {
+    std::string text;
+    switch (plan.strategy) {
+        case RowStrategy::kHalving: text = "halving in byte shuffles"; break;
+        case RowStrategy::kFloatLanes:
+            text = "float lanes from column " + std::to_string(plan.floatFrom) +
+                   (plan.floatExact ? " (exact)" : " (near-boundary vectors redone in double)");
+            break;
+        case RowStrategy::kDoubleLanes: text = "double lanes"; break;
+        case RowStrategy::kPlain: text = "plain loops"; break;
+    }
+    const WorkLayout& l = plan.layout;
+    text += "; " + std::to_string(8 * plan.bytesPerSample) + "-bit, " + std::to_string(plan.channels) +
+            " channels, " + std::to_string(plan.taps) + " taps; columns: vectors below " +
+            std::to_string(plan.vectorColumns) + " of " + std::to_string(plan.width) + "; rows: " +
+            std::to_string(plan.height) + " in " + std::to_string(l.rings) + " bands; block: table " +
+            std::to_string(l.tableBytes) + " B at 0, " + std::to_string(l.rings) + " rings of " +
+            std::to_string(l.ringBytes) + " B from " + std::to_string(l.tableBytes) + ", ";
+    text += l.totalBytes == std::numeric_limits<std::size_t>::max() ? std::string("too large")
+                                                                    : std::to_string(l.totalBytes) + " B";
+    return text;
 }
-void RunSeparable16(const SeparableJob& job, unsigned char* work, const RowBands& bands) {
-    RunSeparableT<uint16_t>(job, work, bands);
+
+void RunSeparable8(const SeparableJob& job, const RowPlan& plan, unsigned char* work, const RowBands& bands) {
+    RunSeparableT<uint8_t>(job, plan, work, bands);
+}
+void RunSeparable16(const SeparableJob& job, const RowPlan& plan, unsigned char* work, const RowBands& bands) {
+    RunSeparableT<uint16_t>(job, plan, work, bands);
 }
 
 }  // namespace lumo

@@ -14,9 +14,11 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <string>
 
 #include "lumomath/LumoMath.h"
 #include "resize/resize_request.h"
+#include "resize/row_plan.h"
 #include "resize/row_bands.h"
 
 namespace lumo {
@@ -44,15 +46,15 @@ struct SeparableJob {
 /// until they are gone, so that one pool serves the whole call.
 RowBands SeparableBands(const SeparableJob& job);
 
-/// Bytes of the working block for `bands` bands (one ring of intermediate rows
-/// per band, after a table of per-lane weights for 8-bit bilinear), or
-/// SIZE_MAX, which no allocator grants, when they cannot fit in memory.
-std::size_t SeparableWorkBytes(const SeparableJob& job, uint32_t bytesPerSample, uint32_t bands);
+/// The plan of a job whose tap tables are filled, for `bands` bands of
+/// `bytesPerSample`-byte samples: its strategy, column groups and working
+/// block (plan.layout.totalBytes to allocate, zero-filled).
+RowPlan PlanSeparable(const SeparableJob& job, uint32_t bytesPerSample, uint32_t bands);
 
-/// Runs the job over its bands in parallel, in a zero-filled working block
-/// of SeparableWorkBytes(job, sizeof(T), bands.count()) bytes.
-void RunSeparable8(const SeparableJob& job, unsigned char* work, const RowBands& bands);
-void RunSeparable16(const SeparableJob& job, unsigned char* work, const RowBands& bands);
+/// Runs the job over its bands in parallel as `plan` (of PlanSeparable for
+/// these bands) says, in its working block.
+void RunSeparable8(const SeparableJob& job, const RowPlan& plan, unsigned char* work, const RowBands& bands);
+void RunSeparable16(const SeparableJob& job, const RowPlan& plan, unsigned char* work, const RowBands& bands);
 
 /// Fills `taps` source indices and weights per output index of one axis.
 using TapTableBuilder = void (*)(uint32_t count, uint32_t sourceCount, uint32_t* taps, double* weights);
@@ -62,5 +64,9 @@ using TapTableBuilder = void (*)(uint32_t count, uint32_t sourceCount, uint32_t*
 /// passes over the bands. kLumoResultNoMemory when the tables or the working
 /// block cannot be had.
 LumoResult RunInterpolatingResize(const ResizeRequest& request, uint32_t taps, TapTableBuilder build);
+
+/// DescribeRowPlan of the plan RunInterpolatingResize would follow for the
+/// request (or why there is none), for triage.
+std::string DescribeInterpolatingResize(const ResizeRequest& request, uint32_t taps, TapTableBuilder build);
 
 }  // namespace lumo

@@ -10,22 +10,6 @@
 
 namespace lumo {
 
-/// How the row kernel covers a destination row. Pixels below `vectorColumns`
-/// may use vector loads and stores that reach a little past a pixel. An 8-bit
-/// two-tap row may run in float lanes from `floatFrom` on, with the weights of
-/// column x for each of its 4 lanes at floatWeights[4x + c] (first tap) and
-/// floatWeights[4 * width + 4x + c] (second tap); nullptr means double only.
-struct RowPlan {
-    uint32_t vectorColumns;
-    uint32_t floatFrom;
-    const float* floatWeights;
-    const double* doubleWeights;  // the same table in double, after the floats
-    bool floatExact;  // the float sums equal the double sums: no lane is redone
-    /// An 8-bit two-tap row that halves exactly (halving_row.h) runs in byte
-    /// shuffles with these 64 lanes; nullptr otherwise.
-    const uint8_t* halvingLanes;
-};
-
 /// Output pixels [from, width) of one input row resampled along the row:
 /// sample (x, c) = ((s0 * w0 + s1 * w1) + ...) over the taps of column x,
 /// clamped and truncated. `taps` and `weights` hold Taps entries per column.
