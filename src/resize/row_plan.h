@@ -45,6 +45,9 @@ struct RowPlan {
     uint32_t floatFrom;
     bool floatExact;
     WorkLayout layout;
+    /// kHalving: how many destination rows have the weights 0.5 and 0.5 too,
+    /// and so go straight from two input rows to the destination.
+    uint32_t halvingRows;
     /// kHalving: the shuffle lanes of BuildHalvingLanes.
     alignas(16) uint8_t halvingLanes[64];
     /// kFloatLanes, bound to the block's table when the bands run: the weights

@@ -798,6 +798,8 @@ RowPlan PlanSeparable(const SeparableJob& job, uint32_t bytesPerSample, uint32_t
         if (HalvingStep(job.channels) != 0 && HalvesEveryColumn(job.width, job.columnTaps, job.columnWeights)) {
             plan.strategy = RowStrategy::kHalving;
             BuildHalvingLanes(job.channels, plan.halvingLanes);
+            for (uint32_t y = 0; y < job.height; ++y)
+                plan.halvingRows += HalvesPair(job.rowWeights + static_cast<size_t>(y) * 2) ? 1 : 0;
         } else if (plan.strategy == RowStrategy::kDoubleLanes && FloatLanesPay(job)) {
             PlanFloatColumns(job, plan);
         }
@@ -807,25 +809,33 @@ RowPlan PlanSeparable(const SeparableJob& job, uint32_t bytesPerSample, uint32_t
 }
 
 std::string DescribeRowPlan(const RowPlan& plan) {
+    const auto n = [](uint64_t v) { return std::to_string(v); };
+    const auto span = [&](uint32_t from, uint32_t to) { return " [" + n(from) + ", " + n(to) + ")"; };
+    const uint32_t width = plan.width;
+    const uint32_t vectors = std::min(plan.vectorColumns, width);
     std::string text;
     switch (plan.strategy) {
-        case RowStrategy::kHalving: text = "halving in byte shuffles"; break;
-        case RowStrategy::kFloatLanes:
-            text = "float lanes from column " + std::to_string(plan.floatFrom) +
-                   (plan.floatExact ? " (exact)" : " (near-boundary vectors redone in double)");
+        case RowStrategy::kHalving:
+            text = "halving in byte shuffles of " + n(HalvingStep(plan.channels)) + " samples, plain tail; rows: " +
+                   n(plan.halvingRows) + " of " + n(plan.height) + " straight from two input rows";
             break;
-        case RowStrategy::kDoubleLanes: text = "double lanes"; break;
-        case RowStrategy::kPlain: text = "plain loops"; break;
+        case RowStrategy::kFloatLanes: {
+            const uint32_t from = std::min(plan.floatFrom, vectors);
+            text = std::string("float lanes") + (plan.floatExact ? " (exact)" : " (checked)") + " from column " +
+                   n(plan.floatFrom) + ": double" + span(0, from) + ", float" + span(from, vectors) + ", plain" +
+                   span(vectors, width) + "; rows: " + n(plan.height);
+            break;
+        }
+        case RowStrategy::kDoubleLanes:
+            text = "double lanes" + span(0, vectors) + ", plain" + span(vectors, width) + "; rows: " + n(plan.height);
+            break;
+        case RowStrategy::kPlain: text = "plain loops" + span(0, width) + "; rows: " + n(plan.height); break;
     }
     const WorkLayout& l = plan.layout;
-    text += "; " + std::to_string(8 * plan.bytesPerSample) + "-bit, " + std::to_string(plan.channels) +
-            " channels, " + std::to_string(plan.taps) + " taps; columns: vectors below " +
-            std::to_string(plan.vectorColumns) + " of " + std::to_string(plan.width) + "; rows: " +
-            std::to_string(plan.height) + " in " + std::to_string(l.rings) + " bands; block: table " +
-            std::to_string(l.tableBytes) + " B at 0, " + std::to_string(l.rings) + " rings of " +
-            std::to_string(l.ringBytes) + " B from " + std::to_string(l.tableBytes) + ", ";
-    text += l.totalBytes == std::numeric_limits<std::size_t>::max() ? std::string("too large")
-                                                                    : std::to_string(l.totalBytes) + " B";
+    text += ", " + n(l.rings) + " bands; " + n(8 * plan.bytesPerSample) + "-bit, " + n(plan.channels) +
+            " channels, " + n(plan.taps) + " taps; block: table " + n(l.tableBytes) + " B at 0, rings of " +
+            n(l.ringBytes) + " B from " + n(l.tableBytes) + ", ";
+    text += l.totalBytes == std::numeric_limits<std::size_t>::max() ? std::string("too large") : n(l.totalBytes) + " B";
     return text;
 }
 
