@@ -23,6 +23,10 @@
 // redone in double; two_tap_float.h shows why the bytes cannot differ.
 // Exact 2x reductions need no floating point at all: their sums are byte
 // means rounding down (halving_row.h).
+//
+// Which of these a call takes is decided once, by PlanSeparable, from the
+// tap tables alone; the bands then run the band and row functions the plan
+// picked, each the chosen target's, with no test of the strategy per row.
 
 #undef HWY_TARGET_INCLUDE
 #define HWY_TARGET_INCLUDE "resize/separable_resize.cpp"

@@ -18,8 +18,8 @@
 
 #include "lumomath/LumoMath.h"
 #include "resize/resize_request.h"
-#include "resize/row_plan.h"
 #include "resize/row_bands.h"
+#include "resize/row_plan.h"
 
 namespace lumo {
 
