@@ -1,5 +1,5 @@
 // The method table: what the resize entry points know of each method. It is
-// the one list of methods that the dispatcher, the tests and the benchmark
+// the one list of methods that the entry points, the tests and the benchmark
 // share.
 #pragma once
 

@@ -314,7 +314,7 @@ void MarkPairedBlocks(const Columns& c, size_t blocks, const uint32_t* blockTaps
 
 // Without room for the tables the footprints are worked out pixel by pixel,
 // as the plain kernel does: it needs no memory and gives the same bytes, so a
-// call never comes back without its pixels (the dispatcher answers 0 anyway).
+// call never comes back without its pixels (the method answers 0 anyway).
 LumoResult WithoutTables(const ResizeRequest& r) { return reference::SuperSampling(r); }
 
 LumoResult Run(const ResizeRequest& r) {
