@@ -198,13 +198,20 @@ HWY_INLINE uint32_t ResamplePixelsDouble(const unsigned char* input, T* out, uin
 /// double (two_tap_float.h gives the bound).
 template <uint32_t Channels>
 HWY_INLINE uint32_t ResamplePixels8Float(const unsigned char* input, uint8_t* out, uint32_t x, uint32_t width,
-                                         const RowPlan& plan, const uint32_t* taps, const double* weights) {
+                                         const RowPlan& plan, const uint32_t* taps) {
+#if HWY_HAVE_SCALABLE
+    // A scalable vector's lane count is known only at run time: one pixel
+    // per vector, in its first 128 bits.
+    const hn::FixedTag<float, 4> d;
+    constexpr uint32_t kPixels = 1;
+#else
     const hn::ScalableTag<float> d;
+    constexpr uint32_t kPixels = HWY_LANES(float) / 4;
+#endif
+    static_assert(kPixels == 1 || kPixels == 2 || kPixels == 4);
     const hn::RebindToSigned<decltype(d)> di;
     const hn::Rebind<uint8_t, decltype(d)> du8;
     const hn::Repartition<uint32_t, decltype(du8)> du32;
-    constexpr uint32_t kPixels = HWY_LANES(float) / 4;
-    static_assert(kPixels == 1 || kPixels == 2 || kPixels == 4);
     const hn::Rebind<double, hn::Half<decltype(d)>> dd;
     const size_t half = hn::Lanes(dd);
     const float* weights0 = plan.floatWeights;
@@ -314,7 +321,7 @@ HWY_INLINE void ResampleRow8Float(const unsigned char* input, uint8_t* out, cons
 #if HWY_TARGET != HWY_SCALAR
     x = ResamplePixelsDouble<uint8_t, 2, Channels>(input, out, x, std::min(plan.floatFrom, plan.vectorColumns), taps,
                                                    weights);
-    x = ResamplePixels8Float<Channels>(input, out, x, plan.width, plan, taps, weights);
+    x = ResamplePixels8Float<Channels>(input, out, x, plan.width, plan, taps);
 #endif
     x = ResamplePixelsDouble<uint8_t, 2, Channels>(input, out, x, plan.vectorColumns, taps, weights);
     ResampleRowScalar<uint8_t, 2, Channels>(input, out, Channels, x, plan.width, taps, weights);
@@ -391,15 +398,22 @@ HWY_INLINE void BlendRowsT(const T* const* rows, const double* weights, uint32_t
     const hn::Rebind<T, decltype(d)> dt;
     const hn::Repartition<uint8_t, decltype(dt)> dbytes;
     const size_t lanes = hn::Lanes(d);
-    hn::Vec<decltype(d)> w[Taps];
+    static_assert(Taps == 2 || Taps == 4);
+    // The weights as named vectors (w2 and w3 unused for two taps): scalable
+    // vectors have no size, so they cannot be array elements.
+    const auto w0 = hn::Set(d, weights[0]);
+    const auto w1 = hn::Set(d, weights[1]);
+    const auto w2 = hn::Set(d, weights[Taps - 2]);
+    const auto w3 = hn::Set(d, weights[Taps - 1]);
     const T* row[Taps];  // copied, so that the stores below need not reload them
-    for (uint32_t k = 0; k < Taps; ++k) {
-        w[k] = hn::Set(d, weights[k]);
-        row[k] = rows[k];
-    }
+    for (uint32_t k = 0; k < Taps; ++k) row[k] = rows[k];
     const auto blend = [&](uint32_t at) {
-        auto v = hn::Mul(LoadAsDouble(d, row[0] + at), w[0]);
-        for (uint32_t k = 1; k < Taps; ++k) v = hn::Add(v, hn::Mul(LoadAsDouble(d, row[k] + at), w[k]));
+        auto v = hn::Mul(LoadAsDouble(d, row[0] + at), w0);
+        v = hn::Add(v, hn::Mul(LoadAsDouble(d, row[1] + at), w1));
+        if constexpr (Taps == 4) {
+            v = hn::Add(v, hn::Mul(LoadAsDouble(d, row[2] + at), w2));
+            v = hn::Add(v, hn::Mul(LoadAsDouble(d, row[3] + at), w3));
+        }
         return v;
     };
     // Two vectors at a time narrow to samples together, which halves the

@@ -73,11 +73,17 @@ HWY_INLINE hn::Vec<D> SampleOf(hn::Vec<DU> word, uint32_t index) {
 #endif
 }
 
-// One tap: every channel's sum[c] = s * w + sum[c], then the weight. The
-// tap's pixel is samples [first, first + N) of `word`.
+// One tap: every channel's sum = s * w + sum, then the weight. The tap's
+// pixel is samples [first, first + N) of `word`. The channels' sums are
+// named vectors (s3 unused below 4 channels, and so on): scalable vectors
+// have no size, so they can be neither array elements nor members.
 template <class T, uint32_t N>
-HWY_INLINE void AddTap(hn::Vec<DU> word, uint32_t first, hn::Vec<D> w, hn::Vec<D>* sum, hn::Vec<D>& weight) {
-    for (uint32_t c = 0; c < N; ++c) sum[c] = hn::Add(hn::Mul(SampleOf<T>(word, first + c), w), sum[c]);
+HWY_INLINE void AddTap(hn::Vec<DU> word, uint32_t first, hn::Vec<D> w, hn::Vec<D>& s0, hn::Vec<D>& s1,
+                       hn::Vec<D>& s2, hn::Vec<D>& s3, hn::Vec<D>& weight) {
+    s0 = hn::Add(hn::Mul(SampleOf<T>(word, first), w), s0);
+    if constexpr (N > 1) s1 = hn::Add(hn::Mul(SampleOf<T>(word, first + 1), w), s1);
+    if constexpr (N > 2) s2 = hn::Add(hn::Mul(SampleOf<T>(word, first + 2), w), s2);
+    if constexpr (N > 3) s3 = hn::Add(hn::Mul(SampleOf<T>(word, first + 3), w), s3);
     weight = hn::Add(weight, w);
 }
 
@@ -113,15 +119,20 @@ HWY_NOINLINE void AccumulateRow(const Plan& p, const unsigned char* row, double 
                  prefetched < ahead; prefetched += kCacheLine) {
                 hwy::Prefetch(reinterpret_cast<const unsigned char*>(prefetched));
             }
-            hn::Vec<D> sum[N];
-            for (uint32_t c = 0; c < N; ++c) sum[c] = hn::LoadU(d, sums + c * stride + x);
+            auto s0 = hn::LoadU(d, sums + x);
+            auto s1 = s0, s2 = s0, s3 = s0;
+            if constexpr (N > 1) s1 = hn::LoadU(d, sums + stride + x);
+            if constexpr (N > 2) s2 = hn::LoadU(d, sums + 2 * stride + x);
+            if constexpr (N > 3) s3 = hn::LoadU(d, sums + 3 * stride + x);
             auto weight = hn::LoadU(d, sums + N * stride + x);
             size_t k = 0;
             for (; k < pairedTaps; k += 2) {
                 const size_t at = k * kBlock + lane;
                 const auto word = hn::BitCast(du, hn::GatherOffset(di, rowWords, hn::LoadU(di, offsets + at)));
-                AddTap<T, N>(word, 0, hn::Mul(hn::LoadU(d, fractions + at), rowFraction), sum, weight);
-                AddTap<T, N>(word, N, hn::Mul(hn::LoadU(d, fractions + at + kBlock), rowFraction), sum, weight);
+                const auto w0 = hn::Mul(hn::LoadU(d, fractions + at), rowFraction);
+                AddTap<T, N>(word, 0, w0, s0, s1, s2, s3, weight);
+                const auto w1 = hn::Mul(hn::LoadU(d, fractions + at + kBlock), rowFraction);
+                AddTap<T, N>(word, N, w1, s0, s1, s2, s3, weight);
             }
             for (; k < taps; ++k) {
                 const size_t at = k * kBlock + lane;
@@ -131,9 +142,13 @@ HWY_NOINLINE void AccumulateRow(const Plan& p, const unsigned char* row, double 
                 } else {
                     word = hn::BitCast(du, hn::GatherOffset(di, rowWords, hn::LoadU(di, offsets + at)));
                 }
-                AddTap<T, N>(word, 0, hn::Mul(hn::LoadU(d, fractions + at), rowFraction), sum, weight);
+                const auto w = hn::Mul(hn::LoadU(d, fractions + at), rowFraction);
+                AddTap<T, N>(word, 0, w, s0, s1, s2, s3, weight);
             }
-            for (uint32_t c = 0; c < N; ++c) hn::StoreU(sum[c], d, sums + c * stride + x);
+            hn::StoreU(s0, d, sums + x);
+            if constexpr (N > 1) hn::StoreU(s1, d, sums + stride + x);
+            if constexpr (N > 2) hn::StoreU(s2, d, sums + 2 * stride + x);
+            if constexpr (N > 3) hn::StoreU(s3, d, sums + 3 * stride + x);
             hn::StoreU(weight, d, sums + N * stride + x);
         }
     }
