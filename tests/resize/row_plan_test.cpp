@@ -14,7 +14,7 @@ namespace {
 
 TEST(RowPlan, DescribesTheStrategyOfTheCall) {
     struct Case {
-        uint32_t channels, bytes, taps, sourceWidth, width;
+        uint32_t channels, bytes, taps, sourceSide, side;  // square images
         const char* says;
     };
     static constexpr Case kCases[] = {
@@ -24,15 +24,15 @@ TEST(RowPlan, DescribesTheStrategyOfTheCall) {
         {3, 2, 4, 20, 50, "double lanes [0, 44), plain [44, 50)"},  // a 4-sample load stays in the row
     };
     for (const Case& c : kCases) {
-        const uint32_t height = c.width;
-        std::vector<uint32_t> columnTaps(c.taps * c.width), rowTaps(c.taps * height);
-        std::vector<double> columnWeights(c.taps * c.width), rowWeights(c.taps * height);
-        const lumo::TapTableBuilder build = c.taps == 2 ? lumo::BuildLinearTaps : lumo::BuildCubicTaps;
-        build(c.width, c.sourceWidth, columnTaps.data(), columnWeights.data());
-        build(height, c.sourceWidth, rowTaps.data(), rowWeights.data());
-        const lumo::SeparableJob job{c.channels, c.taps, nullptr, c.sourceWidth, 0, nullptr, 0, c.width, height,
-                                     columnTaps.data(), columnWeights.data(), rowTaps.data(), rowWeights.data()};
-        const std::string text = lumo::DescribeRowPlan(lumo::PlanSeparable(job, c.bytes, 2));
+        const uint32_t sourceRow = c.sourceSide * c.channels * c.bytes, row = c.side * c.channels * c.bytes;
+        std::vector<unsigned char> source(size_t{sourceRow} * c.sourceSide), destination(size_t{row} * c.side);
+        const lumo::ResizeRequest request{c.channels,
+                                          c.bytes,
+                                          {source.data(), {c.sourceSide, c.sourceSide}, sourceRow},
+                                          lumo::WholeImage({c.sourceSide, c.sourceSide}),
+                                          {destination.data(), {c.side, c.side}, row}};
+        const std::string text = lumo::DescribeInterpolatingResize(
+            request, c.taps, c.taps == 2 ? lumo::BuildLinearTaps : lumo::BuildCubicTaps);
         EXPECT_NE(text.find(c.says), std::string::npos) << text;
     }
 }
