@@ -16,12 +16,9 @@ int RunInfo(const Args& args) {
         return 0;
     }
     if (!a.positional.empty()) throw UsageError("info takes no arguments");
-    const auto yes = [](bool b) { return b ? "yes" : "no"; };
     std::printf("LumoMath %d.%d.%d\n", LUMOMATH_VERSION_MAJOR, LUMOMATH_VERSION_MINOR, LUMOMATH_VERSION_PATCH);
     std::printf("worker threads:   %u\n", LumoGetProcessorNum());
-    std::printf("processor:        SSE3 %s, SSSE3 %s, SSE4.1 %s, SSE4.2 %s, AVX %s, AVX2 %s\n", yes(LumoCanUseSSE3()),
-                yes(LumoCanUseSSSE3()), yes(LumoCanUseSSE4_1()), yes(LumoCanUseSSE4_2()), yes(LumoCanUseAVX()),
-                yes(LumoCanUseAVX2()));
+    std::printf("processor:        %s\n", LumoMathProcessorFeatures());
     std::printf("kernels:          %s\n", LumoMathKernelTarget());
     std::printf("FFT back end:     %s\n", LUMOMATH_FFT_BACKEND);
     return 0;

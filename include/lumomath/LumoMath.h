@@ -431,6 +431,17 @@ LUMO_API bool LumoCanUseAVX(void);
 LUMO_API bool LumoCanUseAVX2(void);
 
 /**
+ * The processor's architecture and the vector extensions it offers, as text
+ * for diagnostics: "x86-64: SSE3 SSSE3 SSE4.1 SSE4.2 AVX AVX2 FMA AVX-512F
+ * AVX-512BW" (those present), or on 64-bit Arm "aarch64: NEON fp16 dotprod
+ * i8mm bf16 SVE SVE2 (256-bit vectors)" (those present, with SVE's vector
+ * length). The LumoCanUse functions above keep their fixed answers on Arm.
+ * The text is static, the same on every call (never free it); safe from any
+ * thread.
+ */
+LUMO_API const char* LumoMathProcessorFeatures(void);
+
+/**
  * Which vector code runs, as text for diagnostics: the instruction-set target
  * picked for this processor ("AVX2", "AVX3", "NEON", "SCALAR", ...) and what
  * the environment variable LUMOMATH_TARGET made of it. That variable, read

@@ -2,6 +2,8 @@
 // platform (processor_linux.cpp, processor_apple.cpp) provides these.
 #pragma once
 
+#include <string>
+
 namespace lumo::platform {
 
 /// Processors this process may run on; 1 when the system cannot tell.
@@ -17,5 +19,10 @@ struct ProcessorFeatures {
     bool avx2 = false;
 };
 ProcessorFeatures QueryProcessorFeatures();
+
+/// The architecture and the vector extensions the processor offers, for
+/// people: "x86-64: SSE3 SSSE3 SSE4.1 SSE4.2 AVX AVX2 FMA AVX-512F" or
+/// "aarch64: NEON dotprod SVE SVE2 (256-bit vectors)".
+std::string DescribeProcessor();
 
 }  // namespace lumo::platform

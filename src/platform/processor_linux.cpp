@@ -3,6 +3,12 @@
 #include <sched.h>
 #include <unistd.h>
 
+#if defined(__aarch64__)
+#include <asm/hwcap.h>
+#include <sys/auxv.h>
+#include <sys/prctl.h>
+#endif
+
 namespace lumo::platform {
 
 int ActiveProcessorCount() {
@@ -37,6 +43,46 @@ ProcessorFeatures QueryProcessorFeatures() {
     f.sse3 = f.ssse3 = f.sse4_1 = f.sse4_2 = true;
 #endif
     return f;
+}
+
+std::string DescribeProcessor() {
+    std::string text;
+    const auto add = [&text](bool present, const char* name) {
+        if (present) text += std::string(" ") + name;
+    };
+#if defined(__x86_64__) || defined(__i386__)
+    __builtin_cpu_init();
+    text = "x86-64:";
+    add(__builtin_cpu_supports("sse3"), "SSE3");
+    add(__builtin_cpu_supports("ssse3"), "SSSE3");
+    add(__builtin_cpu_supports("sse4.1"), "SSE4.1");
+    add(__builtin_cpu_supports("sse4.2"), "SSE4.2");
+    add(__builtin_cpu_supports("avx"), "AVX");
+    add(__builtin_cpu_supports("avx2"), "AVX2");
+    add(__builtin_cpu_supports("fma"), "FMA");
+    add(__builtin_cpu_supports("avx512f"), "AVX-512F");
+    add(__builtin_cpu_supports("avx512bw"), "AVX-512BW");
+#elif defined(__aarch64__)
+    // The kernel's capability bits say what user code may run; SVE's vector
+    // length is this thread's, which is the process's unless it changed it.
+    const unsigned long hwcap = getauxval(AT_HWCAP), hwcap2 = getauxval(AT_HWCAP2);
+    text = "aarch64:";
+    add(hwcap & HWCAP_ASIMD, "NEON");
+    add(hwcap & HWCAP_ASIMDHP, "fp16");
+    add(hwcap & HWCAP_ASIMDDP, "dotprod");
+    add(hwcap2 & HWCAP2_I8MM, "i8mm");
+    add(hwcap2 & HWCAP2_BF16, "bf16");
+    add(hwcap & HWCAP_SVE, "SVE");
+    add(hwcap2 & HWCAP2_SVE2, "SVE2");
+    if (hwcap & HWCAP_SVE) {
+        const int vl = prctl(PR_SVE_GET_VL);
+        if (vl >= 0) text += " (" + std::to_string((vl & PR_SVE_VL_LEN_MASK) * 8) + "-bit vectors)";
+    }
+#else
+    text = "unknown architecture:";
+#endif
+    if (text.back() == ':') text += " no vector extensions";
+    return text;
 }
 
 }  // namespace lumo::platform

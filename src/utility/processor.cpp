@@ -1,6 +1,7 @@
 // Processor count for the worker pool and the processor feature queries.
 #include <atomic>
 #include <cstdint>
+#include <string>
 
 #include "lumomath/LumoMath.h"
 #include "platform/processor.h"
@@ -38,5 +39,15 @@ LUMO_API bool LumoCanUseSSE4_1(void) { return lumo::platform::QueryProcessorFeat
 LUMO_API bool LumoCanUseSSE4_2(void) { return lumo::platform::QueryProcessorFeatures().sse4_2; }
 LUMO_API bool LumoCanUseAVX(void) { return lumo::platform::QueryProcessorFeatures().avx; }
 LUMO_API bool LumoCanUseAVX2(void) { return lumo::platform::QueryProcessorFeatures().avx2; }
+
+LUMO_API const char* LumoMathProcessorFeatures(void) {
+    try {
+        static const std::string text = lumo::platform::DescribeProcessor();
+        return text.c_str();
+    } catch (...) {
+        // No memory for the text: the next call tries again.
+        return "unknown";
+    }
+}
 
 }  // extern "C"
