@@ -13,6 +13,7 @@
 #include "lumomath/LumoMath.h"
 #include "platform/fft.h"
 #include "platform/fft_builtin_plan.h"
+#include "vector_targets.h"
 
 namespace {
 
@@ -239,11 +240,12 @@ TEST(FftDeterminism, PlansOnSeveralThreadsAtOnceGiveTheSameBits) {
     for (const auto& r : results) EXPECT_TRUE(SameBits(r, expected));
 }
 
-// Each vector target this processor runs gives the bits of the baseline
+// Each vector target gives the bits of the baseline
 // target (the last, plainest one), across spans that take full vectors, lines
 // fewer than a vector, and both kinds of first stage.
 class FftOnTarget : public ::testing::TestWithParam<int64_t> {
 protected:
+    void SetUp() override { LUMO_RUN_ON_TARGET(GetParam()); }
     void TearDown() override { hwy::SetSupportedTargetsForTest(0); }
 
     template <class Real>
@@ -265,7 +267,7 @@ protected:
 TEST_P(FftOnTarget, SameBitsAsTheBaselineInDouble) { CheckAgainstBaseline<double>(); }
 TEST_P(FftOnTarget, SameBitsAsTheBaselineInFloat) { CheckAgainstBaseline<float>(); }
 
-INSTANTIATE_TEST_SUITE_P(Targets, FftOnTarget, ::testing::ValuesIn(hwy::SupportedAndGeneratedTargets()),
-                         [](const ::testing::TestParamInfo<int64_t>& p) { return hwy::TargetName(p.param); });
+INSTANTIATE_TEST_SUITE_P(Targets, FftOnTarget, ::testing::ValuesIn(lumo::test::CompiledTargets()),
+                         lumo::test::TargetName);
 
 }  // namespace

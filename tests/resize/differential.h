@@ -18,6 +18,7 @@
 #include "lumomath/LumoMath.h"
 #include "resize/kernel_harness.h"
 #include "resize/test_image.h"
+#include "vector_targets.h"
 
 namespace lumo::test {
 
@@ -85,11 +86,11 @@ inline bool ExpectFastMatchesPlain(const ResizeMethod& method, const Differentia
     return true;
 }
 
-/// A test run once per vector target that the kernels are compiled for and
-/// this processor runs, the lower ones forced in turn, and per method.
+/// A test run once per vector target that the kernels are compiled for (each
+/// forced in turn; skipped where this processor lacks it) and per method.
 class OnEachTarget : public ::testing::TestWithParam<std::tuple<int64_t, ResizeMethod>> {
 protected:
-    void SetUp() override { hwy::SetSupportedTargetsForTest(std::get<0>(GetParam())); }
+    void SetUp() override { LUMO_RUN_ON_TARGET(std::get<0>(GetParam())); }
     void TearDown() override {
         hwy::SetSupportedTargetsForTest(0);
         Set_ProcessorNum(0);
@@ -104,7 +105,7 @@ inline std::string TargetAndMethod(const ::testing::TestParamInfo<OnEachTarget::
 
 #define LUMO_INSTANTIATE_ON_EACH_TARGET(suite, methods)                                                      \
     INSTANTIATE_TEST_SUITE_P(Targets, suite,                                                                 \
-                             ::testing::Combine(::testing::ValuesIn(hwy::SupportedAndGeneratedTargets()), \
+                             ::testing::Combine(::testing::ValuesIn(::lumo::test::CompiledTargets()),       \
                                                 methods),                                                    \
                              ::lumo::test::TargetAndMethod)
 
