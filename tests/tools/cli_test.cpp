@@ -36,7 +36,7 @@ ToolRun Tool(const std::vector<std::string>& args) {
     static int counter = 0;
     const std::string base = testing::TempDir() + "lumotool-run-" + std::to_string(getpid()) + "-" +
                              std::to_string(counter++);
-    std::string command = "'" LUMOMATH_TOOL_PATH "'";
+    std::string command = LUMOMATH_TOOL_RUNNER " '" LUMOMATH_TOOL_PATH "'";
     for (const std::string& a : args) command += " '" + a + "'";
     command += " >'" + base + ".out' 2>'" + base + ".err'";
     const int raw = std::system(command.c_str());
