@@ -29,8 +29,8 @@ constexpr int kHostThreads = 8;
 constexpr int kCallsPerThreadAndRound = 100;
 constexpr uint32_t kRoundProcessorCounts[] = {3, 2, 5};
 
+using lumo::test::QuietThreadCount;
 using lumo::test::SettleThreadCount;
-using lumo::test::ThreadsOfProcess;
 
 // One kind of call: it writes its result into `out` (resized to fit) and
 // returns the call's result code.
@@ -117,7 +117,7 @@ TEST(ResizeStress, ConcurrentCallersMatchASerialRun) {
     std::vector<std::vector<unsigned char>> expected(jobs.size());
     for (size_t j = 0; j < jobs.size(); ++j) ASSERT_EQ(jobs[j](expected[j]), 0u) << "job " << j;
 
-    const int threadsBefore = ThreadsOfProcess();
+    const int threadsBefore = QuietThreadCount();
     const uint64_t poolsBefore = lumo::CLUMThread::constructedCount();
     int calls = 0;
     for (const uint32_t processors : kRoundProcessorCounts) {

@@ -161,14 +161,14 @@ public:
 
 // ---- A worker thread that cannot be started.
 
+using lumo::test::QuietThreadCount;
 using lumo::test::SettleThreadCount;
-using lumo::test::ThreadsOfProcess;
 
 // The n-th of four worker starts fails: the call answers 3, writes nothing
 // and leaves no thread behind; the next call builds a working pool.
 TEST(ThreadStartFailure, IsReportedAndLeavesNoThreadBehind) {
     Set_ProcessorNum(4);
-    const int threadsBefore = ThreadsOfProcess();
+    const int threadsBefore = QuietThreadCount();
     TestImage source = TestImage::Make(9, 9, 1, 8);
     source.FillRandom(2);
     for (const LumoScalingMethod method : {kLumoScalingNearestNeighbor, kLumoScalingBiCubic}) {

@@ -27,4 +27,18 @@ inline int SettleThreadCount(int expected) {
     return n;
 }
 
+/// The thread count once it has held still for 100 ms (bounded): the
+/// baseline for SettleThreadCount. Threads joined just before, by this test or
+/// an earlier one, may still be listed; under an emulator for a while.
+inline int QuietThreadCount() {
+    int n = ThreadsOfProcess();
+    for (int still = 0, i = 0; still < 10 && i < 300; ++i) {
+        std::this_thread::sleep_for(std::chrono::milliseconds(10));
+        const int now = ThreadsOfProcess();
+        still = now == n ? still + 1 : 0;
+        n = now;
+    }
+    return n;
+}
+
 }  // namespace lumo::test
