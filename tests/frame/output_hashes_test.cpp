@@ -11,7 +11,6 @@
 // LUMOMATH_WRITE_OUTPUT_HASHES set to the file to write.
 #include <cstdint>
 #include <cstdlib>
-#include <cstring>
 #include <fstream>
 #include <map>
 #include <sstream>
@@ -22,9 +21,12 @@
 #include <hwy/targets.h>
 
 #include "lumomath/LumoMath.h"
+#include "resize/test_image.h"
 #include "vector_targets.h"
 
 namespace {
+
+using lumo::test::TestImage;
 
 struct Shape {
     tagLumoSize source, destination;
@@ -43,73 +45,63 @@ constexpr struct {
                 {kLumoScalingBiCubic, "bicubic"},
                 {kLumoScalingSuperSampling, "supersampling"}};
 
-uint64_t Fnv1a(const std::vector<unsigned char>& bytes, uint64_t hash = 14695981039346656037ull) {
+uint64_t Fnv1a(const std::vector<unsigned char>& bytes) {
+    uint64_t hash = 14695981039346656037ull;
     for (const unsigned char b : bytes) hash = (hash ^ b) * 1099511628211ull;
     return hash;
 }
 
 /// Smooth ramps, flat blocks and noise side by side, from integer arithmetic
-/// alone, so that the source is the same everywhere.
-std::vector<unsigned char> Source(const Shape& s, uint32_t channels, uint32_t bytesPerSample, uint32_t rowBytes) {
-    std::vector<unsigned char> bytes(static_cast<size_t>(rowBytes) * s.source.height, 0x5a);
+/// alone, so that the source is the same everywhere; odd row padding.
+TestImage Source(tagLumoSize size, uint32_t channels, uint32_t bits) {
+    TestImage im = TestImage::Make(size.width, size.height, channels, bits, 3 * bits / 8);
     uint32_t noise = 2463534242u;
-    for (uint32_t y = 0; y < s.source.height; ++y)
-        for (uint32_t x = 0; x < s.source.width; ++x)
+    for (uint32_t y = 0; y < size.height; ++y)
+        for (uint32_t x = 0; x < size.width; ++x)
             for (uint32_t c = 0; c < channels; ++c) {
                 noise ^= noise << 13, noise ^= noise >> 17, noise ^= noise << 5;
                 const uint32_t band = (x * 3 + y) / 23 % 3;
                 const uint32_t v = band == 0   ? (x * 1021 + y * 509 + c * 8191) & 0xffff
                                    : band == 1 ? ((x / 6 + y / 5 + c) % 4) * 0x5555
                                                : noise >> 16;
-                unsigned char* p = bytes.data() + static_cast<size_t>(y) * rowBytes + (x * channels + c) * bytesPerSample;
-                if (bytesPerSample == 1) {
-                    p[0] = static_cast<unsigned char>(v >> 8);
-                } else {
-                    const uint16_t w = static_cast<uint16_t>(v);
-                    std::memcpy(p, &w, 2);
-                }
+                im.Set(x, y, c, bits == 8 ? v >> 8 : v);
             }
-    return bytes;
+    return im;
 }
 
-/// "name code hash" for every case, in a fixed order.
+/// "name" -> "result code, hash" for every case.
 std::map<std::string, std::string> ComputeHashes() {
     std::map<std::string, std::string> out;
     for (const uint32_t bits : {8u, 16u})
         for (const uint32_t channels : {1u, 3u, 4u})
             for (const Shape& s : kShapes) {
-                const uint32_t bps = bits / 8;
-                const uint32_t sourceRowBytes = s.source.width * channels * bps + 3 * bps;
-                const uint32_t destinationRowBytes = s.destination.width * channels * bps + 5 * bps;
-                const std::vector<unsigned char> source = Source(s, channels, bps, sourceRowBytes);
+                const TestImage source = Source(s.source, channels, bits);
                 const tagLumoRect region{static_cast<int32_t>(s.source.width / 5),
                                          static_cast<int32_t>(s.source.height / 7), s.source.width / 2,
                                          s.source.height / 2};
                 const auto record = [&](const std::string& what, auto&& resize) {
-                    std::vector<unsigned char> destination(static_cast<size_t>(destinationRowBytes) *
-                                                               s.destination.height,
-                                                           0xa5);
-                    const LumoResult code = resize(destination.data());
+                    TestImage d = TestImage::Make(s.destination.width, s.destination.height, channels, bits,
+                                                  5 * bits / 8);
+                    const LumoResult code = resize(d);
                     std::ostringstream name, value;
                     name << what << ' ' << bits << "-bit " << channels << "ch " << s.source.width << 'x'
                          << s.source.height << "->" << s.destination.width << 'x' << s.destination.height;
-                    value << code << ' ' << std::hex << Fnv1a(destination);
+                    value << code << ' ' << std::hex << Fnv1a(d.bytes);
                     out[name.str()] = value.str();
                 };
                 for (const auto& m : kMethods) {
-                    record(std::string(m.name) + " whole", [&](void* d) {
-                        return LumoMathResize(m.id, channels, bits, source.data(), s.source, sourceRowBytes, d,
-                                              s.destination, destinationRowBytes);
+                    record(std::string(m.name) + " whole", [&](TestImage& d) {
+                        return LumoMathResize(m.id, channels, bits, source.Data(), s.source, source.rowBytes,
+                                              d.Data(), d.Size(), d.rowBytes);
                     });
-                    record(std::string(m.name) + " region", [&](void* d) {
-                        return LumoMathResizeWithRegion(m.id, channels, bits, source.data(), s.source,
-                                                        sourceRowBytes, region, d, s.destination,
-                                                        destinationRowBytes);
+                    record(std::string(m.name) + " region", [&](TestImage& d) {
+                        return LumoMathResizeWithRegion(m.id, channels, bits, source.Data(), s.source,
+                                                        source.rowBytes, region, d.Data(), d.Size(), d.rowBytes);
                     });
                 }
-                record("halving-region", [&](void* d) {
-                    return ResizeWithRegion(kLumoScalingBiLinear, channels, bits, source.data(), s.source,
-                                            sourceRowBytes, region, d, s.destination, destinationRowBytes);
+                record("halving-region", [&](TestImage& d) {
+                    return ResizeWithRegion(kLumoScalingBiLinear, channels, bits, source.Data(), s.source,
+                                            source.rowBytes, region, d.Data(), d.Size(), d.rowBytes);
                 });
             }
     return out;
