@@ -50,7 +50,7 @@ if [[ "$which" != fft ]]; then
     echo
     echo "Times are medians over the rounds of one run; every round times each"
     echo "contender once, in an order that rotates. \"ours\" is the exported entry"
-    echo "point as the host calls it (pool start and stop included), \"plain\" the"
+    echo "point as the host calls it (thread start and stop included where it splits), \"plain\" the"
     echo "plain reference kernels, \"floor\" a 2-thread copy of the source bytes"
     echo "plus a fill of the destination bytes. OpenCV's \`cv::resize\` runs with"
     echo "2 threads."

@@ -148,6 +148,9 @@ enum {
  * threads: the first call creates it, overlapping calls join it, and the last
  * one to return stops and joins its threads, so no library thread outlives
  * the calls (calls made one after another each start a pool of their own).
+ * The threads start only when a call first has enough work to split: a call
+ * on a small image (up to a few hundred microseconds of work) runs on the
+ * calling thread alone and starts no thread.
  * A call cuts its rows into at most one contiguous band per worker (a small
  * image into fewer, down to one), runs one band on the calling thread and
  * returns when all its own bands are done; bands of concurrent calls queue

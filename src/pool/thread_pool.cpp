@@ -10,8 +10,9 @@ namespace {
 std::atomic<uint64_t> g_poolsConstructed{0};
 
 // Test seam: per calling thread, the number of worker starts still allowed
-// before one fails as the system would (-1: never fail). A pool is built on
-// the thread that asks for it, so the switch reaches exactly that thread's pools.
+// before one fails as the system would (-1: never fail). Workers are started
+// on the thread whose parallel_for first splits, so the switch reaches exactly
+// the starts that thread makes.
 thread_local int t_threadStartsLeft = -1;
 
 void StartWorker(std::vector<std::thread>& workers, CLUMThread* pool, void (CLUMThread::*loop)()) {
@@ -30,20 +31,27 @@ void ResetThreadStartFailures() { t_threadStartsLeft = -1; }
 
 uint64_t CLUMThread::constructedCount() { return g_poolsConstructed.load(); }
 
-CLUMThread::CLUMThread() : m_threadNum(static_cast<int>(LumoGetProcessorNum())) {
-    g_poolsConstructed.fetch_add(1);
+CLUMThread::CLUMThread() : m_threadNum(static_cast<int>(LumoGetProcessorNum())) { g_poolsConstructed.fetch_add(1); }
+
+CLUMThread::~CLUMThread() { stop_and_join(); }
+
+void CLUMThread::startThreads() {
+    std::lock_guard<std::mutex> lock(m_startMutex);
+    if (m_started) return;
     try {
         start_thread(m_threadNum);
     } catch (...) {
-        // A thread that cannot be started leaves no half-built pool behind:
+        // A thread that cannot be started leaves no half-started pool behind:
         // the ones already running are stopped and joined before the error
-        // leaves, instead of being destroyed while joinable.
+        // leaves, instead of being destroyed while joinable. No task can be
+        // queued yet: every caller that splits waits here first.
         stop_and_join();
+        m_workers.clear();
+        m_stop = false;
         throw;
     }
+    m_started = true;
 }
-
-CLUMThread::~CLUMThread() { stop_and_join(); }
 
 void CLUMThread::start_thread(int count) {
     if (count < 1) return;

@@ -3,7 +3,10 @@
 //
 // The pool is not a permanent service: the first hold creates it (sized from
 // LumoGetProcessorNum at that moment), overlapping calls share it, and the
-// last release stops and joins its threads on the releasing thread.
+// last release stops and joins its threads on the releasing thread. Its
+// threads start only when a parallel_for first splits its range: most calls
+// on small images never split (see RowBands), and starting and joining
+// threads would cost them more than their whole work.
 #pragma once
 
 #include <condition_variable>
@@ -27,8 +30,13 @@ public:
     CLUMThread(const CLUMThread&) = delete;
     CLUMThread& operator=(const CLUMThread&) = delete;
 
-    /// Worker threads started; parallel_for splits over this many chunks.
+    /// Worker threads of the pool once started; parallel_for splits over this many chunks.
     int threadCount() const { return m_threadNum; }
+
+    /// Starts the worker threads unless they run already. If one cannot be
+    /// started, those that did are joined before the error leaves, and a
+    /// later call may try again.
+    void startThreads();
 
     /// Queues a task at the back and wakes one worker. The caller keeps the task's future.
     void enqueue(std::function<void()> task);
@@ -47,12 +55,14 @@ private:
     std::mutex m_queueMutex;
     std::condition_variable m_condition;
     bool m_stop = false;
+    std::mutex m_startMutex;
+    bool m_started = false;  // guarded by m_startMutex
 };
 
 namespace testing {
-/// Lets the next `successes` worker threads that pools built on this thread
-/// start succeed and makes every later start fail with the system error a
-/// thread that cannot be created raises, until ResetThreadStartFailures().
+/// Lets the next `successes` worker threads started from this thread succeed
+/// and makes every later start fail with the system error a thread that
+/// cannot be created raises, until ResetThreadStartFailures().
 void FailThreadStartsAfter(int successes);
 void ResetThreadStartFailures();
 }  // namespace testing
@@ -63,8 +73,7 @@ template <class T>
 class CLUMSingleton {
 public:
     static std::shared_ptr<T> getInstance() {
-        // The lock is held while a new instance starts its threads, so two
-        // first callers arriving together get the same pool.
+        // Two first callers arriving together get the same pool.
         std::lock_guard<std::mutex> lock(m_mutex);
         if (std::shared_ptr<T> alive = m_instance.lock()) return alive;
         auto created = std::make_shared<T>();
@@ -83,10 +92,11 @@ using PoolHold = std::shared_ptr<CLUMThread>;
 inline PoolHold HoldPool() { return CLUMSingleton<CLUMThread>::getInstance(); }
 
 /// Runs body(i) for i = begin, begin + step, ... below end, and returns when
-/// all have run. All chunks but the last go to the pool; the caller runs the
-/// last one itself. An exception from any chunk is rethrown here once every
-/// chunk has finished (the chunks refer to `body`, which lives in the
-/// caller's frame), the earliest queued chunk's first.
+/// all have run. All chunks but the last go to the pool, whose threads start
+/// here if they are not running yet; the caller runs the last one itself. An
+/// exception from any chunk is rethrown here once every chunk has finished
+/// (the chunks refer to `body`, which lives in the caller's frame), the
+/// earliest queued chunk's first.
 template <class Index, class Body>
 void parallel_for(Index begin, Index end, Index step, const Body& body) {
     if (end <= begin) return;
@@ -100,6 +110,8 @@ void parallel_for(Index begin, Index end, Index step, const Body& body) {
         run_range(begin, end);
         return;
     }
+
+    pool->startThreads();  // before any chunk runs, so a failure leaves nothing half done
 
     const auto n = static_cast<uint32_t>(end - begin);
     const auto t = static_cast<uint32_t>(threads);

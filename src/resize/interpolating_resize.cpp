@@ -49,7 +49,7 @@ struct Tables {
 LumoResult RunInterpolatingResize(const ResizeRequest& r, uint32_t taps, TapTableBuilder build) {
     const Tables tables(r, taps, build);
     if (!tables.Built()) return kLumoResultNoMemory;
-    const RowBands bands = SeparableBands(tables.job);
+    const RowBands bands = SeparableBands(tables.job, r.bytesPerSample);
     const RowPlan plan = PlanSeparable(tables.job, r.bytesPerSample, bands.count());
     const WorkArray<unsigned char> work = MakeWorkArray<unsigned char>(plan.layout.totalBytes);
     if (!work) return kLumoResultNoMemory;
@@ -64,7 +64,8 @@ LumoResult RunInterpolatingResize(const ResizeRequest& r, uint32_t taps, TapTabl
 std::string DescribeInterpolatingResize(const ResizeRequest& r, uint32_t taps, TapTableBuilder build) {
     const Tables tables(r, taps, build);
     if (!tables.Built()) return "no memory for the tap tables";
-    return DescribeRowPlan(PlanSeparable(tables.job, r.bytesPerSample, SeparableBands(tables.job).count()));
+    const uint32_t bands = SeparableBands(tables.job, r.bytesPerSample).count();
+    return DescribeRowPlan(PlanSeparable(tables.job, r.bytesPerSample, bands));
 }
 
 }  // namespace lumo

@@ -6,6 +6,7 @@
 // it is worked out once per call, with the same quotient as per pixel; a row
 // is then a gather of fixed-size pixels through that map, and a destination
 // row that maps to the same source row as the one above it is a copy of it.
+#include <algorithm>
 #include <cstddef>
 #include <cstdint>
 #include <cstring>
@@ -77,7 +78,10 @@ LumoResult NearestResize(const ResizeRequest& r) {
     const size_t pixelBytes = static_cast<size_t>(channels) * sizeof(T);
     const size_t rowBytes = pixelBytes * width;
     const RowGather gather = GatherForPixelSize(pixelBytes);
-    const RowBands bands(rows, uint64_t{rows} * rowBytes);
+    // Work is the bytes touched: each destination row, and of its source row
+    // what the copies read, a cache line per pixel once pixels lie far apart.
+    const uint64_t sourceRowBytes = std::min(uint64_t{region.width} * pixelBytes, uint64_t{width} * 64);
+    const RowBands bands(rows, uint64_t{rows} * (rowBytes + sourceRowBytes));
     bands.Run([&](uint32_t, uint32_t firstRow, uint32_t endRow) {
         uint32_t previousSourceRow = 0;
         for (uint32_t y = firstRow; y < endRow; ++y) {

@@ -3,8 +3,9 @@
 // A band is worked top to bottom by one task, so a row may reuse what the
 // band's previous row produced, and a task's scratch memory can be one slice
 // of a block the kernel obtained on the calling thread before any task ran.
-// Small jobs stay in one band, run by the calling thread: handing a few
-// microseconds of work to a sleeping worker costs more than it saves.
+// Small jobs stay in one band, run by the calling thread, and start no
+// worker thread (thread_pool.h): starting and joining the pool's threads
+// would cost a small job more than splitting it saves.
 #pragma once
 
 #include <algorithm>
@@ -17,8 +18,14 @@ namespace lumo {
 class RowBands {
 public:
     /// Work, in bytes of memory traffic or the equivalent in arithmetic, below
-    /// which a band is not worth a thread of its own.
-    static constexpr uint64_t kWorkPerBand = uint64_t{128} << 10;
+    /// which a band is not worth a thread of its own. A call that splits
+    /// starts the pool's threads and joins them before it returns, about
+    /// 100 microseconds on a busy 2-core x86-64 machine. There, for every
+    /// method and scale measured, two bands began to beat one between 4 and
+    /// 9 million units (one band then taking 250-500 microseconds; the table
+    /// is in bench/RESULTS.md), so two bands start at 6 MiB. Each kernel
+    /// counts its work in these units, calibrated in the same runs.
+    static constexpr uint64_t kWorkPerBand = uint64_t{3} << 20;
 
     /// Takes a hold on the pool for the bands' lifetime, so that asking for the
     /// thread count and running the bands start the pool only once. `work` is

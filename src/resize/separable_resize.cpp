@@ -790,16 +790,30 @@ void RunSeparableT(const SeparableJob& job, const RowPlan& plan, unsigned char* 
     }
 }
 
+// Whether the row pass halves exactly in bytes (halving_row.h).
+bool HalvesRows(const SeparableJob& job, uint32_t bytesPerSample) {
+    return bytesPerSample == 1 && job.taps == 2 && HalvingStep(job.channels) != 0 &&
+           HalvesEveryColumn(job.width, job.columnTaps, job.columnWeights);
+}
+
 }  // namespace
 
-RowBands SeparableBands(const SeparableJob& job) {
-    // Work is counted as two bytes per destination sample, saturating for
-    // absurd sizes.
-    const uint64_t rowSamples = uint64_t{job.channels} * job.width;
-    const uint64_t samples = job.height != 0 && rowSamples > std::numeric_limits<uint64_t>::max() / 2 / job.height
-                                 ? std::numeric_limits<uint64_t>::max() / 2
-                                 : rowSamples * job.height;
-    return RowBands(job.height, 2 * samples);
+RowBands SeparableBands(const SeparableJob& job, uint32_t bytesPerSample) {
+    // Work, in bytes of copying that take as long (RowBands): a tap costs
+    // about four, one where rows halve in bytes. The row pass takes `taps`
+    // per destination column on every input row the column pass reads, the
+    // column pass `taps` per destination sample. Saturates for absurd sizes.
+    uint64_t inputRows = 0;
+    if (job.height != 0) {
+        const uint32_t* last = job.rowTaps + (static_cast<size_t>(job.height) * job.taps - 1);
+        inputRows = std::min<uint64_t>(*last - job.rowTaps[0] + 1, uint64_t{job.height} * job.taps);
+    }
+    const uint64_t tapCost = HalvesRows(job, bytesPerSample) ? 1 : 4;
+    constexpr uint64_t kMost = std::numeric_limits<uint64_t>::max();
+    uint64_t work = 1;
+    for (const uint64_t factor : {tapCost * job.taps, uint64_t{job.channels} * job.width, inputRows + job.height})
+        work = factor != 0 && work > kMost / factor ? kMost : work * factor;
+    return RowBands(job.height, work);
 }
 
 RowPlan PlanSeparable(const SeparableJob& job, uint32_t bytesPerSample, uint32_t bands) {
@@ -813,7 +827,7 @@ RowPlan PlanSeparable(const SeparableJob& job, uint32_t bytesPerSample, uint32_t
     plan.floatFrom = job.width;
     plan.strategy = job.channels == 3 || job.channels == 4 ? RowStrategy::kDoubleLanes : RowStrategy::kPlain;
     if (bytesPerSample == 1 && job.taps == 2 && job.width != 0) {
-        if (HalvingStep(job.channels) != 0 && HalvesEveryColumn(job.width, job.columnTaps, job.columnWeights)) {
+        if (HalvesRows(job, bytesPerSample)) {
             plan.strategy = RowStrategy::kHalving;
             BuildHalvingLanes(job.channels, plan.halvingLanes);
             for (uint32_t y = 0; y < job.height; ++y)

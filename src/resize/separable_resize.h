@@ -44,7 +44,7 @@ struct SeparableJob {
 /// Bands the destination rows are cut into: one per worker of the pool, fewer
 /// for small images, at most one per destination row. The bands hold the pool
 /// until they are gone, so that one pool serves the whole call.
-RowBands SeparableBands(const SeparableJob& job);
+RowBands SeparableBands(const SeparableJob& job, uint32_t bytesPerSample);
 
 /// The plan of a job whose tap tables are filled, for `bands` bands of
 /// `bytesPerSample`-byte samples: its strategy, column groups and working

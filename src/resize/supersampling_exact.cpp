@@ -438,7 +438,9 @@ bool SuperSampleExactly(const ResizeRequest& r) {
 
     const auto rows = static_cast<uint32_t>(r.destination.size.height);
     const uint64_t sourceBytes = uint64_t{r.region.width} * r.region.height * r.channels * r.bytesPerSample;
-    const RowBands bands(rows, sourceBytes);
+    // In bytes of copying that take as long (RowBands): about 2 a source byte
+    // for boxes, 8 for weighted footprints.
+    const RowBands bands(rows, (boxes ? 2 : 8) * sourceBytes);
     const size_t columnSumsPerBand = size_t{r.region.width} * r.channels + 1;  // a spare for vectors of 4
     const size_t sumsPerBand = columnSumsPerBand + (boxes ? size_t{width} * r.channels : 0);
     const WorkArray<uint32_t> columnSums = MakeWorkArray<uint32_t>(sumsPerBand * bands.count());

@@ -2,7 +2,8 @@
 // every result must equal a lone caller's, the pools that come and go in
 // between must leave no thread behind, and a processor count set between
 // rounds must size the next pool. Sizes stay small so that the
-// ThreadSanitizer run stays short.
+// ThreadSanitizer run stays short; one job is large enough to split, so
+// overlapping calls start and share the pool's threads.
 #include <gtest/gtest.h>
 
 #include <atomic>
@@ -78,6 +79,11 @@ public:
                 }
             }
         }
+        jobs.push_back([this](std::vector<unsigned char>& out) {
+            out.assign(size_t{2000} * 3 * 1500, 0);
+            return LumoMathResize(kLumoScalingNearestNeighbor, 3, 8, m_8.Data(), m_8.Size(), m_8.rowBytes, out.data(),
+                                  {2000, 1500}, 2000 * 3);
+        });
         for (const TestImage* source : {&m_8, &m_16}) {
             jobs.push_back([source](std::vector<unsigned char>& out) {
                 const tagLumoSize size{9, 6};
