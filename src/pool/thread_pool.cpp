@@ -15,6 +15,9 @@ std::atomic<uint64_t> g_poolsConstructed{0};
 // the starts that thread makes.
 thread_local int t_threadStartsLeft = -1;
 
+// Test seam: whether row bands made on this thread ignore the size of the work.
+thread_local bool t_splitEveryJob = false;
+
 void StartWorker(std::vector<std::thread>& workers, CLUMThread* pool, void (CLUMThread::*loop)()) {
     if (t_threadStartsLeft == 0)
         throw std::system_error(std::make_error_code(std::errc::resource_unavailable_try_again),
@@ -27,6 +30,8 @@ void StartWorker(std::vector<std::thread>& workers, CLUMThread* pool, void (CLUM
 namespace testing {
 void FailThreadStartsAfter(int successes) { t_threadStartsLeft = successes < 0 ? 0 : successes; }
 void ResetThreadStartFailures() { t_threadStartsLeft = -1; }
+void SplitEveryJob(bool split) { t_splitEveryJob = split; }
+bool SplittingEveryJob() { return t_splitEveryJob; }
 }  // namespace testing
 
 uint64_t CLUMThread::constructedCount() { return g_poolsConstructed.load(); }

@@ -65,6 +65,11 @@ namespace testing {
 /// cannot be created raises, until ResetThreadStartFailures().
 void FailThreadStartsAfter(int successes);
 void ResetThreadStartFailures();
+/// Makes the row bands of calls from this thread split every job, however
+/// small, into as many bands as workers and rows allow, until switched off:
+/// how tests run band boundaries and thread starts on small images.
+void SplitEveryJob(bool split);
+bool SplittingEveryJob();
 }  // namespace testing
 
 /// Hands out shared holds on one live instance of T and keeps only a weak

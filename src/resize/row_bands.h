@@ -35,7 +35,7 @@ public:
           m_rows(rows),
           m_count(static_cast<uint32_t>(std::min<uint64_t>(
               {rows, static_cast<uint64_t>(std::max(1, m_pool->threadCount())),
-               std::max<uint64_t>(1, work / kWorkPerBand)}))) {}
+               std::max<uint64_t>(1, testing::SplittingEveryJob() ? rows : work / kWorkPerBand)}))) {}
 
     uint32_t count() const { return m_count; }
 

@@ -90,8 +90,12 @@ inline bool ExpectFastMatchesPlain(const ResizeMethod& method, const Differentia
 /// forced in turn; skipped where this processor lacks it) and per method.
 class OnEachTarget : public ::testing::TestWithParam<std::tuple<int64_t, ResizeMethod>> {
 protected:
-    void SetUp() override { LUMO_RUN_ON_TARGET(std::get<0>(GetParam())); }
+    void SetUp() override {
+        LUMO_RUN_ON_TARGET(std::get<0>(GetParam()));
+        lumo::testing::SplitEveryJob(true);  // bands start mid-image on small cases too
+    }
     void TearDown() override {
+        lumo::testing::SplitEveryJob(false);
         hwy::SetSupportedTargetsForTest(0);
         Set_ProcessorNum(0);
     }

@@ -16,6 +16,7 @@
 
 #include "frame/admission.h"
 #include "frame/resize_methods.h"
+#include "pool/thread_pool.h"
 #include "resize/test_image.h"
 
 namespace lumo::test {

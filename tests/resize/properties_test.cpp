@@ -36,8 +36,11 @@ const Shape kShapes[] = {
 
 class KernelProperty : public ::testing::TestWithParam<std::tuple<Kernel, uint32_t /*bits*/>> {
 protected:
+    // Small images split too, so that every band boundary is exercised.
+    void SetUp() override { lumo::testing::SplitEveryJob(true); }
     void TearDown() override {
         Set_ProcessorNum(0);
+        lumo::testing::SplitEveryJob(false);
         lumo::testing::ResetWorkAllocationFailures();
     }
     const Kernel& kernel() const { return std::get<0>(GetParam()); }
