@@ -164,33 +164,36 @@ public:
 using lumo::test::QuietThreadCount;
 using lumo::test::SettleThreadCount;
 
-// The n-th of four worker starts fails: a call large enough to split answers
-// 3, writes nothing and leaves no thread behind; the next call works. A small
-// call starts no thread, so it cannot meet the failure.
+// The n-th of four worker starts fails: a call that splits answers 3, writes
+// nothing and leaves no thread behind; the next call works. A call left
+// unsplit (the last round: small work, as the library judges it) starts no
+// thread, so it cannot meet the failure.
 TEST(ThreadStartFailure, IsReportedAndLeavesNoThreadBehind) {
     Set_ProcessorNum(4);
     const int threadsBefore = QuietThreadCount();
-    TestImage source = TestImage::Make(2048, 2048, 1, 8);
+    TestImage source = TestImage::Make(9, 9, 1, 8);
     source.FillRandom(2);
     for (const LumoScalingMethod method : {kLumoScalingNearestNeighbor, kLumoScalingBiCubic}) {
         for (int started = 0; started < 5; ++started) {
-            const bool small = started == 4;
-            const uint32_t from = small ? 9 : 2048, to = small ? 5 : 2048;
-            TestImage destination = TestImage::Make(to, to, 1, 8);
+            const bool split = started < 4;
+            TestImage destination = TestImage::Make(5, 5, 1, 8);
             destination.FillRandom(4);
             const std::vector<unsigned char> before = destination.bytes;
-            lumo::testing::FailThreadStartsAfter(small ? 0 : started);
-            const LumoResult result = LumoMathResize(method, 1, 8, source.Data(), {from, from}, source.rowBytes,
+            lumo::testing::SplitEveryJob(split);
+            lumo::testing::FailThreadStartsAfter(split ? started : 0);
+            const LumoResult result = LumoMathResize(method, 1, 8, source.Data(), source.Size(), source.rowBytes,
                                                      destination.Data(), destination.Size(), destination.rowBytes);
             lumo::testing::ResetThreadStartFailures();
-            EXPECT_EQ(result, small ? kLumoResultOK : kLumoResultNoMemory) << "after " << started << " started";
-            EXPECT_EQ(destination.bytes == before, !small);
+            EXPECT_EQ(result, split ? kLumoResultNoMemory : kLumoResultOK) << "after " << started << " started";
+            EXPECT_EQ(destination.bytes == before, split);
             EXPECT_EQ(SettleThreadCount(threadsBefore), threadsBefore);
         }
-        TestImage destination = TestImage::Make(2048, 2048, 1, 8);
+        lumo::testing::SplitEveryJob(true);
+        TestImage destination = TestImage::Make(5, 5, 1, 8);
         EXPECT_EQ(LumoMathResize(method, 1, 8, source.Data(), source.Size(), source.rowBytes, destination.Data(),
                                  destination.Size(), destination.rowBytes),
                   kLumoResultOK);
+        lumo::testing::SplitEveryJob(false);
     }
     EXPECT_EQ(SettleThreadCount(threadsBefore), threadsBefore);
     Set_ProcessorNum(0);
