@@ -15,8 +15,8 @@ std::atomic<uint64_t> g_poolsConstructed{0};
 // the starts that thread makes.
 thread_local int t_threadStartsLeft = -1;
 
-// Test seam: whether row bands made on this thread ignore the size of the work.
-thread_local bool t_splitEveryJob = false;
+// Test seam: the band count of row bands made on this thread (0: their own).
+thread_local uint32_t t_forcedBands = 0;
 
 void StartWorker(std::vector<std::thread>& workers, CLUMThread* pool, void (CLUMThread::*loop)()) {
     if (t_threadStartsLeft == 0)
@@ -30,8 +30,8 @@ void StartWorker(std::vector<std::thread>& workers, CLUMThread* pool, void (CLUM
 namespace testing {
 void FailThreadStartsAfter(int successes) { t_threadStartsLeft = successes < 0 ? 0 : successes; }
 void ResetThreadStartFailures() { t_threadStartsLeft = -1; }
-void SplitEveryJob(bool split) { t_splitEveryJob = split; }
-bool SplittingEveryJob() { return t_splitEveryJob; }
+void SplitEveryJobInto(uint32_t bands) { t_forcedBands = bands; }
+uint32_t ForcedBandCount() { return t_forcedBands; }
 }  // namespace testing
 
 uint64_t CLUMThread::constructedCount() { return g_poolsConstructed.load(); }

@@ -66,10 +66,11 @@ namespace testing {
 void FailThreadStartsAfter(int successes);
 void ResetThreadStartFailures();
 /// Makes the row bands of calls from this thread split every job, however
-/// small, into as many bands as workers and rows allow, until switched off:
-/// how tests run band boundaries and thread starts on small images.
-void SplitEveryJob(bool split);
-bool SplittingEveryJob();
+/// small and whatever the pool's size, into `bands` bands (fewer when there
+/// are fewer rows), until called with 0: how tests run band boundaries and
+/// thread starts on small images, and many band counts on one pool.
+void SplitEveryJobInto(uint32_t bands);
+uint32_t ForcedBandCount();
 }  // namespace testing
 
 /// Hands out shared holds on one live instance of T and keeps only a weak

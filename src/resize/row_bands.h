@@ -30,12 +30,7 @@ public:
     /// Takes a hold on the pool for the bands' lifetime, so that asking for the
     /// thread count and running the bands start the pool only once. `work` is
     /// the whole job's size in the unit of kWorkPerBand; no rows make no bands.
-    RowBands(uint32_t rows, uint64_t work)
-        : m_pool(HoldPool()),
-          m_rows(rows),
-          m_count(static_cast<uint32_t>(std::min<uint64_t>(
-              {rows, static_cast<uint64_t>(std::max(1, m_pool->threadCount())),
-               std::max<uint64_t>(1, testing::SplittingEveryJob() ? rows : work / kWorkPerBand)}))) {}
+    RowBands(uint32_t rows, uint64_t work) : m_pool(HoldPool()), m_rows(rows), m_count(CountFor(rows, work)) {}
 
     uint32_t count() const { return m_count; }
 
@@ -50,6 +45,12 @@ public:
     }
 
 private:
+    uint32_t CountFor(uint32_t rows, uint64_t work) const {
+        if (const uint32_t forced = testing::ForcedBandCount(); forced != 0) return std::min(rows, forced);
+        return static_cast<uint32_t>(std::min<uint64_t>({rows, static_cast<uint64_t>(std::max(1, m_pool->threadCount())),
+                                                          std::max<uint64_t>(1, work / kWorkPerBand)}));
+    }
+
     uint32_t Boundary(uint32_t band) const {
         return static_cast<uint32_t>(static_cast<uint64_t>(m_rows) * band / m_count);
     }

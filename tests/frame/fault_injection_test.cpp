@@ -179,7 +179,7 @@ TEST(ThreadStartFailure, IsReportedAndLeavesNoThreadBehind) {
             TestImage destination = TestImage::Make(5, 5, 1, 8);
             destination.FillRandom(4);
             const std::vector<unsigned char> before = destination.bytes;
-            lumo::testing::SplitEveryJob(split);
+            lumo::testing::SplitEveryJobInto(split ? 4 : 0);
             lumo::testing::FailThreadStartsAfter(split ? started : 0);
             const LumoResult result = LumoMathResize(method, 1, 8, source.Data(), source.Size(), source.rowBytes,
                                                      destination.Data(), destination.Size(), destination.rowBytes);
@@ -188,12 +188,12 @@ TEST(ThreadStartFailure, IsReportedAndLeavesNoThreadBehind) {
             EXPECT_EQ(destination.bytes == before, split);
             EXPECT_EQ(SettleThreadCount(threadsBefore), threadsBefore);
         }
-        lumo::testing::SplitEveryJob(true);
+        lumo::testing::SplitEveryJobInto(4);
         TestImage destination = TestImage::Make(5, 5, 1, 8);
         EXPECT_EQ(LumoMathResize(method, 1, 8, source.Data(), source.Size(), source.rowBytes, destination.Data(),
                                  destination.Size(), destination.rowBytes),
                   kLumoResultOK);
-        lumo::testing::SplitEveryJob(false);
+        lumo::testing::SplitEveryJobInto(0);
     }
     EXPECT_EQ(SettleThreadCount(threadsBefore), threadsBefore);
     Set_ProcessorNum(0);

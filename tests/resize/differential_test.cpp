@@ -39,7 +39,7 @@ DifferentialCase DrawCase(std::mt19937& rng) {
     c.region.y = static_cast<int32_t>(Below(rng, c.source.height - c.region.height + 1));
     c.sourcePadding = Below(rng, 3) == 0 ? Below(rng, 19) : 0;
     c.destinationPadding = Below(rng, 3) == 0 ? 1 + Below(rng, 13) : 0;
-    c.threads = 1 + Below(rng, 4);
+    c.bands = 1 + Below(rng, 4);
     c.seed = static_cast<uint32_t>(rng());
     return c;
 }
@@ -55,7 +55,7 @@ TEST_P(Differential, RandomCases) {
 
 // Reductions and enlargements by odd factors, 1 to 6 channels, odd row
 // padding (so 16-bit rows start unaligned), regions that touch the source's
-// far corner or are a single pixel at its very end, and several worker
+// far corner or are a single pixel at its very end, and several band
 // counts so that bands start mid-image. Long rows run through every
 // pixel-size copy (5 bytes has none of its own) and footprints of 2 to 9
 // columns.
@@ -83,7 +83,7 @@ TEST_P(Differential, LargeImages) {
     for (const DifferentialCase& c : kCases) ExpectFastMatchesPlain(method(), c);
 }
 
-// Extreme ratios and many workers: a destination row reading the last source
+// Extreme ratios and many bands: a destination row reading the last source
 // rows, single-pixel sides on either end, one band per destination row, and
 // enlargements whose last columns all read the final source pixel (the row
 // pass must stop its vector loads before the end of the row). Then rows
@@ -132,9 +132,9 @@ TEST_P(Differential, Halvings) {
     };
     for (const Shape& s : kShapes)
         for (const uint32_t channels : {1u, 2u, 3u, 4u, 5u, 6u, 7u, 8u, 9u, 16u})
-            for (const uint32_t threads : {1u, 2u})
+            for (const uint32_t bands : {1u, 2u})
                 ExpectFastMatchesPlain(method(), {8, channels, s.source, s.destination, s.region, channels % 3,
-                                                  channels % 2, threads, channels});
+                                                  channels % 2, bands, channels});
 }
 
 // Flat areas put two-tap sums right on an integer (100 * w0 + 100 * w1 may
@@ -152,9 +152,9 @@ TEST_P(Differential, FlatAreas) {
     for (const auto& ratio : kRatios)
         for (const uint32_t bits : {8u, 16u})
             for (const uint32_t channels : {1u, 3u, 4u})
-                for (const uint32_t threads : {1u, 2u})
+                for (const uint32_t bands : {1u, 2u})
                     ExpectFastMatchesPlain(method(), {bits, channels, ratio[0], ratio[1], lumo::WholeImage(ratio[0]),
-                                                      0, 0, threads, 0, Fill::kBlocks});
+                                                      0, 0, bands, 0, Fill::kBlocks});
 }
 
 LUMO_INSTANTIATE_ON_EACH_TARGET(Differential, ::testing::ValuesIn(lumo::kResizeMethods));

@@ -36,11 +36,9 @@ const Shape kShapes[] = {
 
 class KernelProperty : public ::testing::TestWithParam<std::tuple<Kernel, uint32_t /*bits*/>> {
 protected:
-    // Small images split too, so that every band boundary is exercised.
-    void SetUp() override { lumo::testing::SplitEveryJob(true); }
     void TearDown() override {
         Set_ProcessorNum(0);
-        lumo::testing::SplitEveryJob(false);
+        lumo::testing::SplitEveryJobInto(0);
         lumo::testing::ResetWorkAllocationFailures();
     }
     const Kernel& kernel() const { return std::get<0>(GetParam()); }
@@ -84,6 +82,7 @@ TEST_P(KernelProperty, SameBytesWhateverTheWorkerCount) {
         std::vector<unsigned char> first[2];
         for (const uint32_t threads : {1u, 2u, 3u, 7u}) {
             Set_ProcessorNum(threads);
+            lumo::testing::SplitEveryJobInto(threads);  // small images too
             for (const bool inRegion : {false, true}) {
                 TestImage destination = blank;
                 ASSERT_EQ(inRegion ? kernel()(source, region, destination) : kernel()(source, destination),

@@ -81,7 +81,7 @@ TEST_P(BinaryFractionScales, FastMatchesPlain) {
         if (whole) c.region.x = c.region.y = 0;
         c.sourcePadding = Below(rng, 3) == 0 ? Below(rng, 9) : 0;
         c.destinationPadding = Below(rng, 3) == 0 ? 1 + Below(rng, 7) : 0;
-        c.threads = 1 + Below(rng, 3);
+        c.bands = 1 + Below(rng, 3);
         c.seed = static_cast<uint32_t>(rng());
         taken += ExactSumsApply(c.bits, c.region, c.destination);
         lumo::test::ExpectFastMatchesPlain(method(), c);
