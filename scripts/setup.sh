@@ -9,6 +9,10 @@ packages=(cmake ninja-build g++ pkg-config
           clang libclang-rt-14-dev)  # clang and its runtimes build the fuzz targets CI runs
 # The benchmarks' peers: OpenCV for resizing, Eigen's FFT beside FFTW for the transform.
 if [[ "${LUMOMATH_WITH_BENCH:-0}" == 1 ]]; then packages+=(libopencv-dev libeigen3-dev); fi
+# The 64-bit Arm cross build and its emulator (scripts/test_aarch64.sh).
+if [[ "${LUMOMATH_WITH_ARM64:-0}" == 1 ]]; then
+  packages+=(g++-aarch64-linux-gnu qemu-user libhwy-dev:arm64 libgtest-dev:arm64 libpng-dev:arm64 libtiff-dev:arm64)
+fi
 
 missing=()
 for p in "${packages[@]}"; do
@@ -18,6 +22,9 @@ if ((${#missing[@]})); then
   echo "Installing: ${missing[*]}"
   sudo=""
   [[ $(id -u) -ne 0 ]] && sudo="sudo"
+  if [[ "${LUMOMATH_WITH_ARM64:-0}" == 1 ]] && ! dpkg --print-foreign-architectures | grep -qx arm64; then
+    $sudo dpkg --add-architecture arm64
+  fi
   $sudo apt-get update -qq
   DEBIAN_FRONTEND=noninteractive $sudo apt-get install -y -qq --no-install-recommends "${missing[@]}"
 fi

@@ -12,25 +12,12 @@
 # cases, five to ten minutes per SVE target under emulation, so they run once
 # per kind of vector: fixed (NEON, SVE_256) and scalable (SVE2). The scalable
 # SVE target is SVE2's code less a few instructions; it is held to the same
-# bytes by the output hashes at 256, 384 and 512 bits. Needs root or sudo for
-# packages.
+# bytes by the output hashes at 256, 384 and 512 bits. Installs what is
+# missing (scripts/setup.sh, as root or with sudo).
 set -euo pipefail
 cd "$(dirname "$0")/.."
 
-sudo=""
-[[ $(id -u) -ne 0 ]] && sudo="sudo"
-packages=(cmake ninja-build g++-aarch64-linux-gnu qemu-user
-          libhwy-dev:arm64 libgtest-dev:arm64 libpng-dev:arm64 libtiff-dev:arm64)
-missing=()
-for p in "${packages[@]}"; do
-  dpkg-query -W -f='${Status}' "$p" 2>/dev/null | grep -q "install ok installed" || missing+=("$p")
-done
-if ((${#missing[@]})); then
-  echo "Installing: ${missing[*]}"
-  dpkg --print-foreign-architectures | grep -qx arm64 || $sudo dpkg --add-architecture arm64
-  $sudo apt-get update -qq
-  DEBIAN_FRONTEND=noninteractive $sudo apt-get install -y -qq --no-install-recommends "${missing[@]}"
-fi
+LUMOMATH_WITH_ARM64=1 bash scripts/setup.sh
 
 cmake --preset aarch64
 cmake --build --preset aarch64
