@@ -9,7 +9,7 @@
 #                     tests and the output hashes on SVE2 and SVE;
 #   max, SVE 128/384  the output hashes (SVE2_128 runs only at 128 bits).
 # The per-target resize tests compare fast and plain kernels on thousands of
-# cases, five to ten minutes per SVE target under emulation, so they run once
+# cases, about five minutes per SVE target under emulation, so they run once
 # per kind of vector: fixed (NEON, SVE_256) and scalable (SVE2). The scalable
 # SVE target is SVE2's code less a few instructions; it is held to the same
 # bytes by the output hashes at 256, 384 and 512 bits. Installs what is
@@ -22,11 +22,11 @@ LUMOMATH_WITH_ARM64=1 bash scripts/setup.sh
 cmake --preset aarch64
 cmake --build --preset aarch64
 
-# Under emulation a per-target resize test peaks near 6.5 GB (qemu keeps what
-# the guest's many short-lived worker threads used): as many tests at once as
-# processors and memory allow.
+# Under emulation a test process peaks near 0.6 GB (it was 6.5 GB while every
+# call started threads of its own: qemu keeps what short-lived guest threads
+# used): as many tests at once as processors and memory allow.
 jobs=$(nproc)
-memory_jobs=$(( $(awk '/MemAvailable/ {print $2}' /proc/meminfo) / (7 * 1024 * 1024) ))
+memory_jobs=$(( $(awk '/MemAvailable/ {print $2}' /proc/meminfo) / (1024 * 1024) ))
 (( memory_jobs < jobs )) && jobs=$(( memory_jobs > 0 ? memory_jobs : 1 ))
 run() {  # run <QEMU_CPU> <ctest arguments...>
   local cpu=$1
