@@ -51,14 +51,14 @@ std::string DescribeProcessor() {
         if (present) text += std::string(" ") + name;
     };
 #if defined(__x86_64__) || defined(__i386__)
-    __builtin_cpu_init();
+    const ProcessorFeatures f = QueryProcessorFeatures();  // also readies the cpuid reader
     text = "x86-64:";
-    add(__builtin_cpu_supports("sse3"), "SSE3");
-    add(__builtin_cpu_supports("ssse3"), "SSSE3");
-    add(__builtin_cpu_supports("sse4.1"), "SSE4.1");
-    add(__builtin_cpu_supports("sse4.2"), "SSE4.2");
-    add(__builtin_cpu_supports("avx"), "AVX");
-    add(__builtin_cpu_supports("avx2"), "AVX2");
+    add(f.sse3, "SSE3");
+    add(f.ssse3, "SSSE3");
+    add(f.sse4_1, "SSE4.1");
+    add(f.sse4_2, "SSE4.2");
+    add(f.avx, "AVX");
+    add(f.avx2, "AVX2");
     add(__builtin_cpu_supports("fma"), "FMA");
     add(__builtin_cpu_supports("avx512f"), "AVX-512F");
     add(__builtin_cpu_supports("avx512bw"), "AVX-512BW");
